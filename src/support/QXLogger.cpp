@@ -1,0 +1,79 @@
+#include "support/QXLogger.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <syslog.h>
+
+const LOG_FACILITY FACILITY_ARRAY[MODE_DEBUG + 1] = {FACILITY_OPER, FACILITY_OPER, FACILITY_APPL, FACILITY_APPL,
+                                                     FACILITY_APPL};
+bool g_qxDebug = false;
+bool g_qxVerbose = false;
+
+namespace {
+
+constexpr int PRIORITY[MODE_DEBUG + 1] = {LOG_INFO, LOG_ERR, LOG_INFO, LOG_ERR, LOG_DEBUG};
+
+int syslogFacility(const char* name) {
+    static const struct {
+        const char* name;
+        int facility;
+    } LOCALS[] = {{"local0", LOG_LOCAL0}, {"local1", LOG_LOCAL1}, {"local2", LOG_LOCAL2}, {"local3", LOG_LOCAL3},
+                  {"local4", LOG_LOCAL4}, {"local5", LOG_LOCAL5}, {"local6", LOG_LOCAL6}, {"local7", LOG_LOCAL7}};
+    for (const auto& local : LOCALS) {
+        if (name != nullptr && strcmp(name, local.name) == 0) {
+            return local.facility;
+        }
+    }
+    return LOG_LOCAL0;
+}
+
+} // namespace
+
+QXLogger::QXLogger(const char* name) : currentFacility(FACILITY_NONE), ident(nullptr) {
+    if (name != nullptr) {
+        ident = new char[strlen(name) + 1];
+        strcpy(ident, name);
+    }
+}
+
+QXLogger::~QXLogger() {
+    if (currentFacility != FACILITY_NONE) {
+        closelog();
+    }
+    delete[] ident;
+}
+
+void QXLogger::openLog(LOG_FACILITY facility) {
+    const char* variable = facility == FACILITY_OPER ? "LOG_OPER_FACILITY" : "LOG_FACILITY";
+    openlog(ident != nullptr ? ident : "unknown", LOG_PID, syslogFacility(getenv(variable)));
+    currentFacility = facility;
+}
+
+void QXLogger::log(LOG_MODE mode, const char* format, va_list& args) {
+    const LOG_FACILITY wanted = FACILITY_ARRAY[mode];
+    if (wanted != currentFacility) {
+        openLog(wanted);
+    }
+    vsyslog(PRIORITY[mode], format, args);
+}
+
+void QXLogger::debugLog(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    log(MODE_DEBUG, format, args);
+    va_end(args);
+}
+
+void QXLogger::errorLog(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    log(MODE_ERROR, format, args);
+    va_end(args);
+}
+
+void QXLogger::infoLog(const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    log(MODE_INFO, format, args);
+    va_end(args);
+}

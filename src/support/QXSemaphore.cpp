@@ -1,0 +1,97 @@
+#include "support/QXSemaphore.h"
+
+#include "support/QXException.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+std::string directory(const std::string& given) {
+    if (!given.empty()) {
+        return given;
+    }
+    const char* configured = getenv("LOCK_VAR");
+    return configured != nullptr ? configured : ".";
+}
+
+/** Sleeps 10 to 989 milliseconds; says how many. An interrupted sleep counts in full. */
+int32_t randomSleep() {
+    const int32_t delay = 10 + static_cast<int32_t>((static_cast<int64_t>(rand()) * 980) >> 31);
+    const timespec pause = {0, delay * 1000000L};
+    nanosleep(&pause, nullptr);
+    return delay;
+}
+
+[[noreturn]] void failed(const char* what, const std::string& name) {
+    const int error = errno;
+    throw QXIOException(error, what + name + " [" + strerror(error) + "]");
+}
+
+} // namespace
+
+QXSemaphore::QXSemaphore(const std::string& semaphoreName, const std::string& lockDirectory, bool releaseAtEnd)
+    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd), locked(false),
+      forceUnlock(false) {
+}
+
+QXSemaphore::QXSemaphore(const std::string& semaphoreName, bool releaseAtEnd)
+    : QXSemaphore(semaphoreName, "", releaseAtEnd) {
+}
+
+QXSemaphore::~QXSemaphore() {
+    try {
+        if (autoUnlock) {
+            unlock();
+        }
+    } catch (...) {
+        // There is nobody to tell; the lock file stays, and waiters time out on it.
+        return;
+    }
+}
+
+std::string QXSemaphore::path() const {
+    return lockDir + "/semaphore_" + name;
+}
+
+bool QXSemaphore::lockResource() {
+    const int file = open(path().c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
+    if (file >= 0) {
+        close(file);
+        locked = true;
+        return true;
+    }
+    if (errno == EEXIST) {
+        return false;
+    }
+    failed("Creating semaphore failed: ", name);
+}
+
+bool QXSemaphore::lock(int timeout) {
+    const bool unlimited = timeout == 0;
+    int32_t remaining = timeout < 0 ? 0 : timeout * 1000;
+    while (!lockResource()) {
+        if (!unlimited && remaining <= 0) {
+            throw QXTimeoutException(1, "Semaphore timed out");
+        }
+        const int32_t slept = randomSleep();
+        remaining -= unlimited ? 0 : slept;
+    }
+    return true;
+}
+
+void QXSemaphore::unlock() {
+    if (!locked && !forceUnlock) {
+        return;
+    }
+    if (unlink(path().c_str()) != 0 && errno != ENOENT) {
+        failed("Releasing semaphore failed: ", name);
+    }
+    locked = false;
+    forceUnlock = false;
+}
