@@ -1,0 +1,34 @@
+/** An owned, NUL-terminated text that is always allocated to its exact size. It belongs to one thread at a time. */
+#ifndef DB_STRINGBUFFER_H
+#define DB_STRINGBUFFER_H
+
+class StringBuffer {
+public:
+    /** The empty text. */
+    StringBuffer();
+    StringBuffer(const StringBuffer&) = delete;
+    StringBuffer& operator=(const StringBuffer&) = delete;
+    ~StringBuffer();
+
+    /** Makes the text a copy of `s`; null changes nothing. */
+    StringBuffer& set(const char* s);
+
+    /** Adds `s` at the end; null and the empty text change nothing. */
+    StringBuffer& append(const char* s);
+
+    /** Adds the other's text at the end and deletes the other, which was made with `new`; null changes nothing. */
+    StringBuffer& append(StringBuffer* other);
+
+    /** Replaces every `from` by `to`. NUL is never replaced. */
+    StringBuffer& replace(char from, char to);
+
+    /** Takes the last `n` characters off, unless there are fewer; returns the text. */
+    const char* truncate(unsigned int n);
+
+    char* text; ///< never null; allocated with new[], owned by the buffer
+
+private:
+    void assign(const char* head, const char* tail);
+};
+
+#endif
