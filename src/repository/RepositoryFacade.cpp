@@ -1,0 +1,132 @@
+#include "repository/RepositoryFacade.h"
+
+#include "repository/RepositoryHandler.h"
+#include "repository/dumpPS.h"
+#include "support/QXException.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <string>
+#include <type_traits>
+
+QXLogger rh_logger("QXRepositoryHandlerIface");
+
+namespace {
+
+constexpr size_t PATH_BUFFER = 1024; ///< of the plug-in's path, its terminator included
+
+/** Loads the plug-in and returns its handle. */
+void* loadPlugin() {
+    const char* home = getenv("REPOSITORY_HANDLER_HOME");
+    if (home == nullptr) {
+        throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is not set");
+    }
+    char path[PATH_BUFFER];
+    const int length = snprintf(path, sizeof path, "%s/lib/RepositoryHandler.so", home);
+    if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
+        throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is too long");
+    }
+    void* handle = dlopen(path, RTLD_LAZY);
+    if (handle == nullptr) {
+        throw QXException("dlopen error: %s", dlerror());
+    }
+    return handle;
+}
+
+void* resolve(void* handle, const char* symbol) {
+    void* address = dlsym(handle, symbol);
+    const char* error = dlerror();
+    if (error != nullptr) {
+        throw QXException("dlsym error initTask: %s", error);
+    }
+    return address;
+}
+
+/**
+ * The one path of all functions below, behind their trace line: hands the entry point's address to `call`.
+ * The plug-in is unloaded by hand, not by a destructor: an exception that passes through may need the plug-in's code.
+ */
+template <class Call>
+void withEntryPoint(const char* symbol, Call call) {
+    void* plugin = nullptr;
+    try {
+        plugin = loadPlugin();
+        void* address = resolve(plugin, symbol);
+        if (address != nullptr) {
+            call(address);
+        }
+    } catch (const QXException& failure) {
+        const std::string text = "EXCEPTION: " + failure.message;
+        dumpPS();
+        rh_logger.errorLog("%s", text.c_str());
+    }
+    if (plugin != nullptr) {
+        dlclose(plugin);
+    }
+}
+
+template <class EntryPoint, class... Args>
+auto callPlugin(const char* symbol, std::invoke_result_t<EntryPoint*, Args...> failureValue, Args... args) {
+    auto result = failureValue;
+    withEntryPoint(symbol, [&](void* address) { result = reinterpret_cast<EntryPoint*>(address)(args...); });
+    return result;
+}
+
+} // namespace
+
+int32_t unAge(const char* repository, const char* resource) {
+    rh_logger.debugLog("called unAge with repository=%s resource=%s", repository, resource);
+    return callPlugin<decltype(unAge_)>("unAge_", 0, repository, resource);
+}
+
+int32_t freeMount(const char* repository, const char* subDirectory) {
+    rh_logger.debugLog("called freeMount with repository=%s and subDirectory=%s", repository, subDirectory);
+    return callPlugin<decltype(freeMount_)>("freeMount_", 127, repository, subDirectory);
+}
+
+void checkOverload(const char* repository) {
+    rh_logger.debugLog("called checkOverload with repository=%s", repository);
+    withEntryPoint("checkOverload_",
+                   [&](void* address) { reinterpret_cast<decltype(checkOverload_)*>(address)(repository); });
+}
+
+void* listDirs(const char* repository, void* opaque, bool flag) {
+    rh_logger.debugLog("called listDirs with repository=%s", repository);
+    return callPlugin<decltype(listDirs_)>("listDirs_", nullptr, repository, opaque, flag);
+}
+
+void* listFiles(const char* repository, void* opaque, bool flag) {
+    rh_logger.debugLog("called listFiles with repository=%s", repository);
+    return callPlugin<decltype(listFiles_)>("listFiles_", nullptr, repository, opaque, flag);
+}
+
+int32_t removeResource(const char* repository, const char* resource) {
+    rh_logger.debugLog("called removeResource with repository=%s resource=%s", repository, resource);
+    return callPlugin<decltype(removeResource_)>("removeResource_", -1, repository, resource);
+}
+
+int32_t checkResourceStatus(const char* repository, const char* resource) {
+    rh_logger.debugLog("called checkResourceStatus with repository=%s resource=%s", repository, resource);
+    return callPlugin<decltype(checkResourceStatus_)>("checkResourceStatus_", -1, repository, resource);
+}
+
+int32_t getRepositoryStatus(const char* repository) {
+    rh_logger.debugLog("called getRepositoryStatus with repository=%s", repository);
+    return callPlugin<decltype(getRepositoryStatus_)>("getRepositoryStatus_", -1, repository);
+}
+
+char* getLocation(const char* repository, const char* fileName, void* opaque) {
+    rh_logger.debugLog("called getLocation with repository=%s fileName=%s", repository, fileName);
+    return callPlugin<decltype(getLocation_)>("getLocation_", nullptr, repository, fileName, opaque);
+}
+
+void* createLocation(const char* repository, const char* fileName, void* opaque, bool flag) {
+    rh_logger.debugLog("called createLocation with repository=%s fileName=%s", repository, fileName);
+    return callPlugin<decltype(createLocation_)>("createLocation_", nullptr, repository, fileName, opaque, flag);
+}
+
+char* createDirectory(const char* repository, const char* subDir, void* opaque, bool flag) {
+    rh_logger.debugLog("called createDirectory with repository=%s subDir=%s", repository, subDir);
+    return callPlugin<decltype(createDirectory_)>("createDirectory_", nullptr, repository, subDir, opaque, flag);
+}
