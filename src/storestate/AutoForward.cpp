@@ -1,0 +1,93 @@
+#include "db/DB_Query.h"
+#include "storestate/DeviceSetFiller.h"
+#include "storestate/StoreState.h"
+#include "support/QXException.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+namespace {
+
+constexpr size_t QUERY_BUFFER = 256; ///< of the query's text, its terminator included
+
+bool isTableName(const char* name) {
+    static const char ALLOWED[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    return *name != '\0' && name[strspn(name, ALLOWED)] == '\0';
+}
+
+/** Asks for the devices that are registered for automatic forwarding: rows of identifier and type. */
+void queryAutoForwardDevices(DB_Query& session) {
+    if (session.init() == 0) {
+        throw QXException("Error connecting to MySQL");
+    }
+    const char* targets = getenv("TARGETTBL");
+    const char* services = getenv("DEVSERVTBL");
+    if (targets == nullptr || services == nullptr) {
+        throw QXException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
+    }
+    char query[QUERY_BUFFER];
+    snprintf(query, sizeof query, "select ID, TYPE from %s, %s where SERVICE='AFwd' and ID=DEVICE", targets, services);
+    if (!isTableName(targets) || !isTableName(services) || session.newQuery(query) == 0) {
+        throw QXException("Error executing query: %s", query);
+    }
+}
+
+} // namespace
+
+void StoreState::readAutoForwardDevices() {
+    DB_Query session;
+    queryAutoForwardDevices(session);
+    while (session.nextRecord() != 0) {
+        const char* id = session.getField(0);
+        const char* type = session.getField(1);
+        if (id != nullptr) {
+            addAutoForwardDevice(id, type != nullptr ? type : "");
+        }
+    }
+}
+
+void StoreState::addAutoForwardDevice(const OFString& id, const OFString& type) {
+    auto device = std::make_unique<StoreDevice>(id, type);
+    autoForwardDevices.push_back(device.get());
+    device.release();
+}
+
+void StoreState::addAutoForwardDevices(bool converting) {
+    if (autoForwardDevices.empty()) {
+        readAutoForwardDevices();
+    }
+    DeviceSetFiller staged(stagedDevices);
+    DeviceSetFiller forward(forwardDevices);
+    for (const StoreDevice* device : autoForwardDevices) {
+        if (device->id.empty()) {
+            continue;
+        }
+        if (device->type != "C" && device->type != "P") {
+            forward.add(device->id);
+        } else if (ownerDevice.empty() && !studyOwner) {
+            ownerDevice = device->id;
+        } else if (ownerDevice != device->id) {
+            staged.add(device->id);
+        }
+    }
+    if (converting && ownerDevice.empty()) {
+        studyOwner = true;
+    }
+}
+
+void StoreState::setAutoForwardDevice(const char* devices) {
+    const OFString list(devices);
+    for (size_t start = 0; start < list.length();) {
+        size_t end = list.find(';', start);
+        end = end == OFString_npos ? list.length() : end;
+        const OFString entry = list.substr(start, end - start);
+        const size_t stop = entry.find('.');
+        if (stop != OFString_npos) {
+            addAutoForwardDevice(entry.substr(0, stop), entry.substr(stop + 1));
+        }
+        start = end + 1;
+    }
+    addAutoForwardDevices(false);
+}

@@ -1,0 +1,54 @@
+#include "storestate/DeviceSetFiller.h"
+#include "storestate/StoreState.h"
+#include "storestate/StudyPaths.h"
+#include "storestate/TextFile.h"
+#include "support/QXException.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace {
+
+constexpr char DEFAULT_ARCHIVE_DEVICE[] = "@Archive-@TOP";
+
+bool isWhiteSpace(char character) {
+    return isspace(static_cast<unsigned char>(character)) != 0;
+}
+
+/** The first word of a line of the legacy list; empty for blank lines and comments. */
+OFString firstWord(std::string_view line) {
+    const auto* begin = std::find_if_not(line.begin(), line.end(), isWhiteSpace);
+    const auto* end = std::find_if(begin, line.end(), isWhiteSpace);
+    return begin != end && *begin == '#' ? OFString() : OFString(begin, static_cast<size_t>(end - begin));
+}
+
+} // namespace
+
+void StoreState::convert() {
+    if (version != 0) {
+        return;
+    }
+    if (archiveDevice.empty()) {
+        archiveDevice = DEFAULT_ARCHIVE_DEVICE;
+    }
+    addAutoForwardDevices(true);
+
+    OFString directory;
+    if (!locate(directory)) {
+        throw QXException(1, "Study %s not found in repository.", studyId.c_str());
+    }
+    const OFString path = legacyListPath(directory);
+    TextFile list;
+    if (list.open(path)) {
+        DeviceSetFiller forward(forwardDevices);
+        std::string_view line;
+        while (list.next(line)) {
+            const OFString name = firstWord(line);
+            if (!name.empty()) {
+                forward.add(name);
+            }
+        }
+        legacyList = path;
+    }
+    version = 1;
+}

@@ -1,0 +1,85 @@
+#include "storestate/DurableFile.h"
+
+#include "storestate/FileError.h"
+#include "support/QXException.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr char WRITING_FAILED[] = "Writing file failed: ";
+
+/** As write(2), but not stopped by signals and short writes. */
+bool writeAll(int file, const char* text, size_t size) {
+    while (size > 0) {
+        errno = 0;
+        const ssize_t written = write(file, text, size);
+        if (written <= 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            text += written;
+            size -= static_cast<size_t>(written);
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+TemporaryFile::TemporaryFile(const OFString& temporaryPath) : path(temporaryPath), file(-1), exists(false) {
+}
+
+TemporaryFile::~TemporaryFile() {
+    if (file >= 0) {
+        close(file);
+    }
+    if (exists) {
+        unlink(path.c_str());
+    }
+}
+
+bool TemporaryFile::open() {
+    errno = 0;
+    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    exists = file >= 0;
+    return exists;
+}
+
+void TemporaryFile::write(const std::string& text) {
+    if (!writeAll(file, text.data(), text.size()) || fsync(file) != 0) {
+        throwFileError(WRITING_FAILED, path);
+    }
+    const int closing = file;
+    file = -1; // close() gives the descriptor up, even when it fails
+    if (close(closing) != 0) {
+        throwFileError(WRITING_FAILED, path);
+    }
+}
+
+void TemporaryFile::moveTo(const OFString& target) {
+    errno = 0;
+    if (rename(path.c_str(), target.c_str()) != 0) {
+        const int error = errno;
+        throw QXException(1, "Could not rename %s to %s [%d: %s]", path.c_str(), target.c_str(), error,
+                          strerror(error));
+    }
+    exists = false;
+}
+
+void syncDirectory(const OFString& path) {
+    errno = 0;
+    const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory < 0) {
+        throwFileError(WRITING_FAILED, path);
+    }
+    const int error = fsync(directory) == 0 || errno == EINVAL ? 0 : errno;
+    close(directory);
+    if (error != 0) {
+        throwFileError(WRITING_FAILED, path, error);
+    }
+}

@@ -1,0 +1,45 @@
+/**
+ * Writing so that it survives a power cut.
+ *
+ * Every step is checked, and a sync that failed is never tried again: the kernel may have dropped the data by then.
+ */
+#ifndef STORESTATE_DURABLEFILE_H
+#define STORESTATE_DURABLEFILE_H
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/ofstd/ofstring.h>
+#include <string>
+
+/**
+ * A file that is written beside its target and then moved over it. Until then destroying the object deletes the file,
+ * so that a failure leaves nothing behind; afterwards it never touches the name again.
+ */
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const OFString& temporaryPath);
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile();
+
+    /** Creates or empties the file. False: that is not possible (errno says why). */
+    bool open();
+
+    /** Writes all of `text`, syncs and closes. QXIOException with errno: "Writing file failed: ...". */
+    void write(const std::string& text);
+
+    /** Moves the file over `target`. QXException: "Could not rename ...". */
+    void moveTo(const OFString& target);
+
+private:
+    OFString path;
+    int file;
+    bool exists; ///< under its temporary name
+};
+
+/**
+ * Makes the names in a directory durable. A file system that cannot sync directories is no failure.
+ * QXIOException with errno: "Writing file failed: ...".
+ */
+void syncDirectory(const OFString& path);
+
+#endif

@@ -1,0 +1,108 @@
+#include "storestate/DurableFile.h"
+#include "storestate/RecordFormat.h"
+#include "storestate/StoreState.h"
+#include "storestate/StudyPaths.h"
+#include "storestate/TextFile.h"
+#include "support/QXException.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
+constexpr mode_t INFO_DIRECTORY_MODE = 0775;
+
+/** Reads the record at `path` into `state`; false when there is none. */
+bool readRecord(const OFString& path, StoreState& state) {
+    TextFile file;
+    if (!file.open(path)) {
+        return false;
+    }
+    RecordReader reader(state, stderr);
+    std::string_view line;
+    while (file.next(line)) {
+        reader.readLine(line);
+    }
+    return true;
+}
+
+void makeInfoDirectory(const OFString& path) {
+    errno = 0;
+    if (mkdir(path.c_str(), INFO_DIRECTORY_MODE) != 0 && errno != EEXIST) {
+        const int error = errno;
+        throw QXException(1, "Could not create info directory %s [%d: %s]", path.c_str(), error, strerror(error));
+    }
+}
+
+} // namespace
+
+bool StoreState::load() {
+    requireRepository();
+    loadBegun = true;
+    if (useLock) {
+        semaphore.lock(LOCK_SECONDS);
+    }
+    OFString directory;
+    if (!locate(directory) || !readRecord(recordPath(directory), *this)) {
+        return false;
+    }
+    if (version <= 0) {
+        convert();
+    }
+    recordRead = true;
+    return true;
+}
+
+bool StoreState::save() {
+    requireRepository();
+    if (version == 0) {
+        addAutoForwardDevices(false);
+        version = 1;
+    }
+    const std::string text = formatRecord(*this);
+    requireReadable(*this, text);
+
+    OFString directory;
+    provideDirectory(directory);
+    const OFString infoDirectory = infoDirectoryPath(directory);
+    const OFString record = recordPath(directory);
+    makeInfoDirectory(infoDirectory);
+    refuseUnreadRecord(record);
+    if (!recordRead) {
+        syncDirectory(directory); // a record that is there implies that the way to it is durable
+    }
+
+    TemporaryFile temporary(record + "." + std::to_string(getpid()).c_str());
+    if (!temporary.open()) {
+        return false;
+    }
+    temporary.write(text);
+    temporary.moveTo(record);
+    syncDirectory(infoDirectory);
+    deleteLegacyList();
+    release();
+    return true;
+}
+
+/** A load() that did not get to the record, perhaps for a moment only, must not cost the record. */
+void StoreState::refuseUnreadRecord(const OFString& path) const {
+    if (!loadBegun || recordRead) {
+        return;
+    }
+    struct stat status;
+    errno = 0;
+    if (stat(path.c_str(), &status) == 0 || errno != ENOENT) {
+        throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
+    }
+}
+
+void StoreState::deleteLegacyList() {
+    if (!legacyList.empty()) {
+        unlink(legacyList.c_str());
+        legacyList = "";
+    }
+}

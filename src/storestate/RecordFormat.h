@@ -1,0 +1,44 @@
+/**
+ * The text format of a store-state record: lines of the form Key="value".
+ *
+ * One table of keys and patterns serves the writer, the reader and the question whether a record can be stored at all.
+ * Nothing here touches a file. Everything belongs to the caller's thread.
+ */
+#ifndef STORESTATE_RECORDFORMAT_H
+#define STORESTATE_RECORDFORMAT_H
+
+#include "storestate/DeviceSetFiller.h"
+#include "storestate/StoreState.h"
+
+#include <string>
+#include <string_view>
+
+/** Takes the lines of a record into a StoreState, in any order; what no line names stays as it is. */
+class RecordReader {
+public:
+    /** Lines without a known key are reported on `diagnosticStream`, unless that is null. */
+    RecordReader(StoreState& target, FILE* diagnosticStream);
+
+    /**
+     * Applies one line, with or without its line end. Blank lines, comments and values that the key's pattern does not
+     * take are passed over. A NUL ends the line.
+     */
+    void readLine(std::string_view line);
+
+private:
+    StoreState& state;
+    DeviceSetFiller staged;
+    DeviceSetFiller forward;
+    FILE* diagnostics;
+};
+
+/** The lines of the record, each with its line end. A device list too long for the reader takes several lines. */
+std::string formatRecord(const StoreState& state);
+
+/**
+ * Throws QXException, naming the key, the value and the study, when the reader would not make the same record of
+ * `text`, which is what formatRecord() made of it.
+ */
+void requireReadable(const StoreState& state, const std::string& text);
+
+#endif

@@ -1,0 +1,79 @@
+#include "storestate/StoreState.h"
+
+#include "repository/RepositoryFacade.h"
+#include "storestate/StudyPaths.h"
+#include "support/QXException.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+/** The repository root as the environment names it now. */
+const char* repositoryRoot() {
+    const char* root = getenv("REPOSITORY_DICOM_DATA");
+    return root != nullptr ? root : "";
+}
+
+/** Takes over a path that the facade returned; false when it returned none. */
+bool takePath(char* returned, OFString& path) {
+    const std::unique_ptr<char[]> owned(returned);
+    if (owned == nullptr) {
+        return false;
+    }
+    path = owned.get();
+    return true;
+}
+
+} // namespace
+
+StoreState::StoreState(const OFString& study, const OFString& lockDirectory)
+    : studyOwner(false), retrieved(false), dontEdit(false), dontDelete(false), version(0), studyId(study),
+      repository(repositoryRoot()), semaphore(std::string("storestate_") + study.c_str(), lockDirectory.c_str(), true),
+      useLock(true), loadBegun(false), recordRead(false) {
+}
+
+StoreState::~StoreState() {
+    for (StoreDevice* device : autoForwardDevices) {
+        delete device;
+    }
+}
+
+void StoreState::requireRepository() const {
+    if (repository.empty()) {
+        throw QXException(1, "Missing environment: REPOSITORY_DICOM_DATA");
+    }
+}
+
+bool StoreState::locate(OFString& directory) const {
+    return takePath(getLocation(repositoryRoot(), studyId.c_str(), nullptr), directory);
+}
+
+void StoreState::provideDirectory(OFString& directory) const {
+    if (!takePath(createDirectory(repositoryRoot(), studyId.c_str(), nullptr, false), directory)) {
+        throw QXException(1, "Study %s could not be created in repository.", studyId.c_str());
+    }
+}
+
+bool StoreState::exists() {
+    requireRepository();
+    OFString directory;
+    struct stat status;
+    return locate(directory) && stat(recordPath(directory).c_str(), &status) == 0;
+}
+
+bool StoreState::remove() {
+    requireRepository();
+    OFString directory;
+    errno = 0;
+    return locate(directory) && unlink(recordPath(directory).c_str()) == 0;
+}
+
+void StoreState::release() {
+    if (useLock) {
+        semaphore.unlock();
+    }
+}

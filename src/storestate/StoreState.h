@@ -1,0 +1,153 @@
+/**
+ * The store-state record of one study: who owns it, how it is processed and staged, where it is filed, archived and
+ * forwarded.
+ *
+ * One object serves one call on one study: construct, optionally exists(), load() once, change fields, save() once (or
+ * release()), destroy. It belongs to one thread. Between load() and save() the study's lock is held, so whole
+ * read-modify-write cycles exclude one another, in all processes that share the lock directory; with `useLock` cleared
+ * the caller holds the lock itself. Whatever happens in between, destroying the object gives back a lock it holds.
+ *
+ * The record is a text file in the study's directory, which the repository plug-in names. It is replaced whole or not
+ * at all: readers find the old record or the new one. When save() has returned true, the new record survives a power
+ * cut.
+ *
+ * Environment: REPOSITORY_DICOM_DATA (repository root), TARGETTBL and DEVSERVTBL (tables of the auto-forward devices),
+ * and what QXSemaphore, DB_Query and the repository facade read.
+ */
+#ifndef STORESTATE_STORESTATE_H
+#define STORESTATE_STORESTATE_H
+
+#include "support/QXSemaphore.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/ofstd/oflist.h>
+#include <dcmtk/ofstd/ofstring.h>
+#include <dcmtk/ofstd/ofuoset.h>
+
+class StoreState {
+public:
+    /** A device that receives studies automatically. */
+    class StoreDevice {
+    public:
+        StoreDevice(const OFString& deviceId, const OFString& deviceType) : id(deviceId), type(deviceType) {}
+
+        OFString id;   ///< the device's identifier
+        OFString type; ///< "C" and "P": candidates for the owner; any other: forward devices
+    };
+
+    /** An empty record. Touches no file. An empty `lockDirectory` leaves the choice to QXSemaphore. */
+    StoreState(const OFString& studyId, const OFString& lockDirectory);
+    StoreState(const StoreState&) = delete;
+    StoreState& operator=(const StoreState&) = delete;
+
+    /** Gives back the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
+    ~StoreState();
+
+    // File operations. Each throws QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that was unset or
+    // empty at construction, before it touches anything.
+
+    /** Whether the study has a record file. False also for a study that the repository does not know. */
+    bool exists();
+
+    /** Deletes the record file; false when there is none. */
+    bool remove();
+
+    /**
+     * Takes the study's lock (waits up to 20 seconds), reads the record, and converts one of the earlier generation.
+     * True: read. False: the study has no directory or no record; no field has changed. The lock stays held either way.
+     *
+     * QXTimeoutException: the lock was not to be had. QXIOException with errno: the lock file cannot be created, or a
+     * file cannot be opened or read. Besides, what convert() throws. After an exception the record must not be saved.
+     */
+    bool load();
+
+    /**
+     * Replaces the record file and gives the study's lock back. A record without a version first takes over the
+     * auto-forward devices. The study's directory is made where needed.
+     *
+     * True: the new record is in place and survives a power cut; a legacy list that it took in is deleted. False: the
+     * temporary file could not be created; nothing was written, and the lock is still held.
+     *
+     * Each exception leaves the old record as it was and the lock held, unless noted:
+     * QXException: a value that no record can carry (the message names key and study); a record that is there although
+     * load() did not read it; a directory that cannot be made; a rename that failed. QXIOException with errno: writing
+     * failed; if the message names the information directory, the new record is in place but may not survive a power
+     * cut. Besides, what addAutoForwardDevices() throws before anything is written, and what QXSemaphore::unlock()
+     * throws after the record was replaced.
+     */
+    bool save();
+
+    /** Gives the study's lock back without saving. Throws as QXSemaphore::unlock(). */
+    void release();
+
+    /**
+     * Brings a record without version up to version 1: default archive device, auto-forward devices, and the names of
+     * the study's legacy forward list. In memory only; the list is deleted by the save() that wrote its names.
+     * Does nothing when `version` is not 0.
+     *
+     * QXException: the repository does not know the study; what addAutoForwardDevices() throws. QXIOException with
+     * errno: the list is there but cannot be read. `version` is then still 0.
+     */
+    void convert();
+
+    /**
+     * Merges the auto-forward devices into the record; asks the database for them unless some are known already.
+     * `converting`: a record that ends up without an owner device is owned locally.
+     * QXException, before anything has changed: the database cannot be reached or asked.
+     */
+    void addAutoForwardDevices(bool converting);
+
+    /** Adds devices of the form "<id>.<type>;<id>.<type>" to the known ones and merges, as addAutoForwardDevices(). */
+    void setAutoForwardDevice(const char* devices);
+
+    /** Writes the record's lines to `stream`; neither flushes it nor reports anything. */
+    void print(FILE* stream);
+
+    /**
+     * Scans `line` with a scanf pattern of one conversion into `value` (at least 256 bytes) and takes the double quotes
+     * off its end. False: nothing was converted, and `value` holds nothing useful.
+     */
+    bool readProperty(const char* line, const char* format, char* value);
+
+    /** Inserts the names of `list`, which single spaces separate, at the end of `set`, each once. */
+    void createSetFromOFString(OFUnorderedSet<OFString>& set, const OFString& list);
+
+    OFString ownerDevice;
+    OFString processMode;
+    OFString stageState;
+    OFString folder;
+    OFString sourceDevice;
+    OFString archiveDevice;
+    OFUnorderedSet<OFString> stagedDevices;
+    OFUnorderedSet<OFString> reportOnlyDevices; ///< never stored
+    OFUnorderedSet<OFString> forwardDevices;
+    OFString derived;
+    bool studyOwner; ///< owned locally rather than by `ownerDevice`
+    bool retrieved;
+    bool dontEdit;
+    bool dontDelete;
+    int32_t version; ///< 0: none known yet
+    OFString studyId;
+    OFString sourceStudy;
+    OFString repository; ///< REPOSITORY_DICOM_DATA at construction
+    QXSemaphore semaphore;
+    OFList<StoreDevice*> autoForwardDevices; ///< owned
+    bool useLock;                            ///< load(), save() and release() operate `semaphore`
+
+private:
+    void requireRepository() const;
+    bool locate(OFString& directory) const;
+    void provideDirectory(OFString& directory) const;
+    void refuseUnreadRecord(const OFString& path) const;
+    void deleteLegacyList();
+    void readAutoForwardDevices();
+    void addAutoForwardDevice(const OFString& id, const OFString& type);
+
+    OFString legacyList; ///< path of the list that convert() took in and the next save() deletes
+    bool loadBegun;      ///< load() was called ...
+    bool recordRead;     ///< ... and has taken in the whole record
+};
+
+#endif

@@ -1,0 +1,21 @@
+/** Where the files of a study lie below its directory. */
+#ifndef STORESTATE_STUDYPATHS_H
+#define STORESTATE_STUDYPATHS_H
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/ofstd/ofstring.h>
+
+inline OFString infoDirectoryPath(const OFString& studyDirectory) {
+    return studyDirectory + "/.info";
+}
+
+inline OFString recordPath(const OFString& studyDirectory) {
+    return infoDirectoryPath(studyDirectory) + "/storestate.rec";
+}
+
+/** The forward list of the earlier generation. */
+inline OFString legacyListPath(const OFString& studyDirectory) {
+    return infoDirectoryPath(studyDirectory) + "/fwds";
+}
+
+#endif

@@ -1,0 +1,57 @@
+#include "storestate/TextFile.h"
+
+#include "storestate/FileError.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+std::string_view takePiece(std::string_view& text) {
+    const size_t lineFeed = text.substr(0, PIECE_LIMIT).find('\n');
+    const std::string_view piece = text.substr(0, lineFeed == std::string_view::npos ? PIECE_LIMIT : lineFeed + 1);
+    text.remove_prefix(piece.size());
+    return piece;
+}
+
+TextFile::TextFile() : file(-1), atEnd(false) {
+}
+
+TextFile::~TextFile() {
+    if (file >= 0) {
+        close(file);
+    }
+}
+
+bool TextFile::open(const OFString& filePath) {
+    path = filePath;
+    errno = 0;
+    file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0 && errno != ENOENT) {
+        throwFileError("Opening file for reading failed: ", path);
+    }
+    return file >= 0;
+}
+
+/** Reads on behind what is unread; notes the end of the file. */
+void TextFile::fill() {
+    memmove(buffer, unread.data(), unread.size());
+    ssize_t count;
+    do {
+        errno = 0;
+        count = read(file, buffer + unread.size(), sizeof buffer - unread.size());
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) {
+        throwFileError("Reading file failed: ", path);
+    }
+    atEnd = count == 0;
+    unread = {buffer, unread.size() + static_cast<size_t>(count)};
+}
+
+bool TextFile::next(std::string_view& piece) {
+    while (!atEnd && unread.size() < PIECE_LIMIT && unread.find('\n') == std::string_view::npos) {
+        fill();
+    }
+    piece = takePiece(unread);
+    return !piece.empty();
+}

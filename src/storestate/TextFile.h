@@ -1,0 +1,45 @@
+/**
+ * Text files, read line by line.
+ *
+ * A line is handed out in pieces of at most 1023 characters, and each piece counts as a line of its own. An object
+ * belongs to one thread and closes its file when it is destroyed.
+ */
+#ifndef STORESTATE_TEXTFILE_H
+#define STORESTATE_TEXTFILE_H
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/ofstd/ofstring.h>
+#include <string_view>
+
+constexpr size_t PIECE_LIMIT = 1023; ///< characters of a piece, its line feed included
+
+/** Takes the next piece off the front of `text`: up to and including a line feed, within the limit. */
+std::string_view takePiece(std::string_view& text);
+
+class TextFile {
+public:
+    TextFile();
+    TextFile(const TextFile&) = delete;
+    TextFile& operator=(const TextFile&) = delete;
+    ~TextFile();
+
+    /** False: there is no such file. QXIOException with errno: it cannot be opened for another reason. */
+    bool open(const OFString& filePath);
+
+    /**
+     * Moves to the next piece, which stays valid until the next call. False: the end of the file.
+     * QXIOException with errno: reading failed, which is not taken for the end of the file.
+     */
+    bool next(std::string_view& piece);
+
+private:
+    void fill();
+
+    OFString path;
+    int file;
+    char buffer[4 * (PIECE_LIMIT + 1)];
+    std::string_view unread; ///< within `buffer`
+    bool atEnd;
+};
+
+#endif
