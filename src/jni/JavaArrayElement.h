@@ -1,0 +1,26 @@
+#ifndef JNI_JAVAARRAYELEMENT_H
+#define JNI_JAVAARRAYELEMENT_H
+
+#include <jni.h>
+
+/** The local reference to one element of a Java array of strings, given back by the destructor. May be null. */
+class JavaArrayElement {
+public:
+    JavaArrayElement(JNIEnv* environment, jobjectArray array, jsize index)
+        : env(environment), reference(environment->GetObjectArrayElement(array, index)) {}
+    JavaArrayElement(const JavaArrayElement&) = delete;
+    JavaArrayElement& operator=(const JavaArrayElement&) = delete;
+    ~JavaArrayElement() {
+        if (reference != nullptr) {
+            env->DeleteLocalRef(reference);
+        }
+    }
+
+    jstring string() const { return static_cast<jstring>(reference); }
+
+private:
+    JNIEnv* env;
+    jobject reference;
+};
+
+#endif

@@ -1,0 +1,107 @@
+/**
+ * The native methods of quillon.util.StoreState. Each is self-contained: what outlives a call lies in the file system.
+ * Nothing is thrown to the virtual machine and no Java exception is left pending; every failure is false.
+ */
+#include "jni/JavaArrayElement.h"
+#include "jni/JavaString.h"
+#include "jni/ModifyOptions.h"
+#include "storestate/StoreState.h"
+#include "support/Export.h"
+
+#include <jni.h>
+
+namespace {
+
+constexpr int LOCK_SECONDS = 30; ///< how long the Java method `lock` waits
+
+/** What all native methods share: does `work` on a record of the study. */
+template <class Work>
+jboolean withRecord(JNIEnv* env, jstring studyId, Work work) noexcept {
+    try {
+        JavaString id(env, studyId);
+        if (id.text() == nullptr) {
+            return JNI_FALSE;
+        }
+        StoreState state(id.text(), "");
+        bool result = false;
+        try {
+            result = work(state);
+        } catch (...) {
+            result = false; // Java learns no more than that
+        }
+        id.release(); // before the record goes, and perhaps a lock with it
+        return result ? JNI_TRUE : JNI_FALSE;
+    } catch (...) {
+        return JNI_FALSE;
+    }
+}
+
+/** Applies the pair of options that begins at `index`; false when a string cannot be had. */
+bool applyPair(JNIEnv* env, jobjectArray options, jsize index, StoreState& state) {
+    const JavaArrayElement nameElement(env, options, index);
+    JavaString name(env, nameElement.string());
+    const JavaArrayElement valueElement(env, options, index + 1);
+    JavaString value(env, valueElement.string());
+    if (name.text() == nullptr || value.text() == nullptr) {
+        return false;
+    }
+    applyModifyOption(state, name.text(), value.text());
+    name.release();
+    return true;
+}
+
+bool modify(JNIEnv* env, StoreState& state, jint existenceMode, jobjectArray options) {
+    if (!loadForModify(state, existenceMode)) {
+        return false;
+    }
+    if (options == nullptr) {
+        return true;
+    }
+    const jsize count = env->GetArrayLength(options);
+    for (jsize index = 0; index < count; index += 2) {
+        const bool paired = index + 1 < count;
+        if (!paired || !applyPair(env, options, index, state)) {
+            return false;
+        }
+    }
+    return state.save();
+}
+
+} // namespace
+
+extern "C" {
+
+STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_lock(JNIEnv* env, jclass, jstring studyId) {
+    return withRecord(env, studyId, [](StoreState& state) {
+        state.semaphore.autoUnlock = false;
+        return state.semaphore.lock(LOCK_SECONDS);
+    });
+}
+
+STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_unlock(JNIEnv* env, jclass, jstring studyId) {
+    return withRecord(env, studyId, [](StoreState& state) {
+        state.semaphore.autoUnlock = false; // the lock is given back once, here: a second time it may be another's
+        state.semaphore.forceUnlock = true;
+        state.semaphore.unlock();
+        return true;
+    });
+}
+
+STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_convert(JNIEnv* env, jclass, jstring studyId,
+                                                                        jboolean lockHeld) {
+    return withRecord(env, studyId, [=](StoreState& state) {
+        state.useLock = lockHeld == JNI_FALSE;
+        state.load();
+        return state.save();
+    });
+}
+
+STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_modify(JNIEnv* env, jclass, jstring studyId,
+                                                                       jint existenceMode, jobjectArray options,
+                                                                       jboolean lockHeld) {
+    return withRecord(env, studyId, [=](StoreState& state) {
+        state.useLock = lockHeld == JNI_FALSE;
+        return modify(env, state, existenceMode, options);
+    });
+}
+}
