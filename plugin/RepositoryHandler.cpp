@@ -1,0 +1,82 @@
+/**
+ * The repository plug-in for a plain directory tree: each study has a directory of its name in the repository root.
+ *
+ * It exports the two operations that the store-state records need. Both return a path that the caller frees with
+ * delete[], or null. They keep no state, and any thread may call them. No identifier reaches outside the root.
+ */
+#include "repository/RepositoryHandler.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t STUDY_DIRECTORY_MODE = 0775;
+
+/** Whether a study may be called so: one plain name, which is not a way out of the root. */
+bool isStudyName(const char* name) {
+    return name != nullptr && *name != '\0' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0 &&
+           strchr(name, '/') == nullptr;
+}
+
+/** The study's path; null for a name that no study may have, and when memory is short. */
+std::unique_ptr<char[]> studyPath(const char* repository, const char* study) {
+    if (repository == nullptr || *repository == '\0' || !isStudyName(study)) {
+        return nullptr;
+    }
+    const size_t rootLength = strlen(repository);
+    std::unique_ptr<char[]> path(new (std::nothrow) char[rootLength + 1 + strlen(study) + 1]);
+    if (path != nullptr) {
+        memcpy(path.get(), repository, rootLength);
+        path[rootLength] = '/';
+        strcpy(path.get() + rootLength + 1, study);
+    }
+    return path;
+}
+
+bool isDirectory(const char* path, struct stat& status) {
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/** Makes the names in a directory survive a power cut; a file system that cannot do that is no failure. */
+bool syncDirectory(const char* path) {
+    const int directory = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory < 0) {
+        return false;
+    }
+    const bool synced = fsync(directory) == 0 || errno == EINVAL;
+    close(directory);
+    return synced;
+}
+
+} // namespace
+
+/** The study's directory; null when there is none. */
+char* getLocation_(const char* repository, const char* fileName, void* /*opaque*/) {
+    std::unique_ptr<char[]> path = studyPath(repository, fileName);
+    struct stat status;
+    return path != nullptr && isDirectory(path.get(), status) ? path.release() : nullptr;
+}
+
+/** The study's directory, made if it is not there; null when that fails. The root itself is never made. */
+char* createDirectory_(const char* repository, const char* subDir, void* /*opaque*/, bool /*flag*/) {
+    std::unique_ptr<char[]> path = studyPath(repository, subDir);
+    if (path == nullptr) {
+        return nullptr;
+    }
+    struct stat status;
+    if (!isDirectory(path.get(), status)) {
+        const bool made = mkdir(path.get(), STUDY_DIRECTORY_MODE) == 0 || errno == EEXIST;
+        if (!made || !isDirectory(path.get(), status)) {
+            return nullptr;
+        }
+    }
+    // Without a sub-directory the study is new: whoever made its directory may have died before the sync.
+    const bool isNew = status.st_nlink <= 2;
+    return !isNew || syncDirectory(repository) ? path.release() : nullptr;
+}
