@@ -1,0 +1,1 @@
+// A plug-in without a single entry point.

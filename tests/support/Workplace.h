@@ -1,0 +1,56 @@
+#ifndef TESTS_SUPPORT_WORKPLACE_H
+#define TESTS_SUPPORT_WORKPLACE_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+/**
+ * A repository and a lock directory in a temporary folder, with the environment set to them and to the supplied
+ * plug-in. The folder goes with the object. The database is the one that scripts/with-mariadb has put into the
+ * environment.
+ */
+class Workplace {
+public:
+    Workplace() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "storestate-test.XXXXXX").string();
+        root = mkdtemp(pattern.data());
+        std::filesystem::create_directories(locks());
+        std::filesystem::create_directories(repository());
+        setEnvironment();
+    }
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+    ~Workplace() { std::filesystem::remove_all(root); }
+
+    void setEnvironment() const {
+        setenv("REPOSITORY_DICOM_DATA", repository().c_str(), 1);
+        setenv("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR, 1);
+        setenv("LOCK_VAR", locks().c_str(), 1);
+    }
+
+    std::string repository() const { return root + "/repository"; }
+    std::string locks() const { return root + "/locks"; }
+    std::string lockFile(const std::string& study) const { return locks() + "/semaphore_storestate_" + study; }
+    std::string info(const std::string& study) const { return repository() + "/" + study + "/.info"; }
+    std::string record(const std::string& study) const { return info(study) + "/storestate.rec"; }
+    std::string legacyList(const std::string& study) const { return info(study) + "/fwds"; }
+
+    /** Writes a file, and the directories on the way to it. */
+    static void write(const std::string& path, const std::string& text) {
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        std::ofstream(path, std::ios::binary) << text;
+    }
+
+    /** The text of a file; empty when there is none. */
+    static std::string read(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::string root;
+};
+
+#endif
