@@ -1,5 +1,6 @@
 #include "db/DB_Query.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -24,8 +25,10 @@ bool clientLibraryReady() {
     return ready;
 }
 
+constexpr char NO_PASSWORD[] = ""; ///< not null, for which the client library would send $MYSQL_PWD
+
 unsigned int portNumber(const char* text) {
-    return static_cast<unsigned int>(strtol(text, nullptr, 10));
+    return static_cast<unsigned int>(std::clamp<long>(strtol(text, nullptr, 10), 0, INT32_MAX));
 }
 
 } // namespace
@@ -92,7 +95,7 @@ bool DB_Query::openConnection() {
 }
 
 bool DB_Query::connectSocket(const char* user, const char* database, const char* socket) {
-    if (mysql_real_connect(connection, nullptr, user, nullptr, database, 0, socket, 0) == nullptr) {
+    if (mysql_real_connect(connection, nullptr, user, NO_PASSWORD, database, 0, socket, 0) == nullptr) {
         return failWithSqlError("DB_Query init() Can't connect to database via unix socket because SQL error:\n");
     }
     return true;
@@ -107,7 +110,7 @@ bool DB_Query::connectTcp(const char* user, const char* database) {
     if (port == nullptr) {
         return fail("DB_Query init(): Neither MYSQL_TCP_PORT environment variable is not set for MYSQL_HOST\n");
     }
-    if (mysql_real_connect(connection, host, user, nullptr, database, portNumber(port), nullptr, 0) == nullptr) {
+    if (mysql_real_connect(connection, host, user, NO_PASSWORD, database, portNumber(port), nullptr, 0) == nullptr) {
         return failWithSqlError("DB_Query init() Can't connect to database because SQL error:\n");
     }
     return true;

@@ -33,13 +33,16 @@ public:
     /** Connects, after closing what was open. 1: connected, 0: failed. */
     int init();
 
-    /** 1: connected and answering. The result and its current row stay as they are; `errorText` becomes empty. */
+    /**
+     * 1: connected and answering; `errorText` becomes empty either way. The result stays, but until the next query
+     * only column 0 of its rows can be read.
+     */
     int isReady();
 
     /** Runs a statement that yields rows and fetches them all. 1: done, 0: failed (no rows at all is no failure). */
     int newQuery(const char* query);
 
-    /** Runs a statement that yields no rows. 1: done, 0: failed. */
+    /** Runs a statement that yields no rows (after one that does, only init() goes on). 1: done, 0: failed. */
     int executeUpdate(const char* query);
 
     /** Moves to the next row of the result. 1: there is one, 0: there is none. `errorText` stays as it is. */

@@ -1,4 +1,5 @@
-/** An owned, NUL-terminated text that is always allocated to its exact size. It belongs to one thread at a time. */
+/** An owned, NUL-terminated text that is never allocated larger than it is needed. It belongs to one thread at a time.
+ */
 #ifndef DB_STRINGBUFFER_H
 #define DB_STRINGBUFFER_H
 
