@@ -3,11 +3,18 @@
 
 #include <jni.h>
 
-/** The local reference to one element of a Java array of strings, given back by the destructor. May be null. */
+/**
+ * The local reference to one element of a Java array of strings, given back by the destructor. May be null, and
+ * leaves no Java exception pending.
+ */
 class JavaArrayElement {
 public:
     JavaArrayElement(JNIEnv* environment, jobjectArray array, jsize index)
-        : env(environment), reference(environment->GetObjectArrayElement(array, index)) {}
+        : env(environment), reference(environment->GetObjectArrayElement(array, index)) {
+        if (reference == nullptr) {
+            env->ExceptionClear();
+        }
+    }
     JavaArrayElement(const JavaArrayElement&) = delete;
     JavaArrayElement& operator=(const JavaArrayElement&) = delete;
     ~JavaArrayElement() {
