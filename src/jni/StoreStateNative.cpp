@@ -5,14 +5,13 @@
 #include "jni/JavaArrayElement.h"
 #include "jni/JavaString.h"
 #include "jni/ModifyOptions.h"
+#include "jni/StudyLock.h"
 #include "storestate/StoreState.h"
 #include "support/Export.h"
 
 #include <jni.h>
 
 namespace {
-
-constexpr int LOCK_SECONDS = 30; ///< how long the Java method `lock` waits
 
 /** What all native methods share: does `work` on a record of the study. */
 template <class Work>
@@ -72,19 +71,11 @@ bool modify(JNIEnv* env, StoreState& state, jint existenceMode, jobjectArray opt
 extern "C" {
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_lock(JNIEnv* env, jclass, jstring studyId) {
-    return withRecord(env, studyId, [](StoreState& state) {
-        state.semaphore.autoUnlock = false;
-        return state.semaphore.lock(LOCK_SECONDS);
-    });
+    return withRecord(env, studyId, lockStudy);
 }
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_unlock(JNIEnv* env, jclass, jstring studyId) {
-    return withRecord(env, studyId, [](StoreState& state) {
-        state.semaphore.autoUnlock = false; // the lock is given back once, here: a second time it may be another's
-        state.semaphore.forceUnlock = true;
-        state.semaphore.unlock();
-        return true;
-    });
+    return withRecord(env, studyId, unlockStudy);
 }
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_convert(JNIEnv* env, jclass, jstring studyId,

@@ -1,5 +1,6 @@
 #include "repository/RepositoryFacade.h"
 
+#include "repository/PluginLoader.h"
 #include "repository/RepositoryHandler.h"
 #include "repository/dumpPS.h"
 #include "support/QXException.h"
@@ -10,13 +11,17 @@
 #include <string>
 #include <type_traits>
 
-QXLogger rh_logger("QXRepositoryHandlerIface");
+QXLogger facadeLogger("QXRepositoryHandlerIface");
+
+// Exported under a name that the process may have used for something else: the library itself never goes by it.
+extern QXLogger rh_logger __attribute__((alias("facadeLogger")));
 
 namespace {
 
 constexpr size_t PATH_BUFFER = 1024; ///< of the plug-in's path, its terminator included
 
-/** Loads the plug-in and returns its handle. */
+} // namespace
+
 void* loadPlugin() {
     const char* home = getenv("REPOSITORY_HANDLER_HOME");
     if (home == nullptr) {
@@ -34,14 +39,16 @@ void* loadPlugin() {
     return handle;
 }
 
-void* resolve(void* handle, const char* symbol) {
-    void* address = dlsym(handle, symbol);
+void* resolveEntryPoint(void* plugin, const char* symbol) {
+    void* address = dlsym(plugin, symbol);
     const char* error = dlerror();
     if (error != nullptr) {
         throw QXException("dlsym error initTask: %s", error);
     }
     return address;
 }
+
+namespace {
 
 /**
  * The one path of all functions below, behind their trace line: hands the entry point's address to `call`.
@@ -52,14 +59,14 @@ void withEntryPoint(const char* symbol, Call call) {
     void* plugin = nullptr;
     try {
         plugin = loadPlugin();
-        void* address = resolve(plugin, symbol);
+        void* address = resolveEntryPoint(plugin, symbol);
         if (address != nullptr) {
             call(address);
         }
     } catch (const QXException& failure) {
         const std::string text = "EXCEPTION: " + failure.message;
         dumpPS();
-        rh_logger.errorLog("%s", text.c_str());
+        facadeLogger.errorLog("%s", text.c_str());
     }
     if (plugin != nullptr) {
         dlclose(plugin);
@@ -76,57 +83,57 @@ auto callPlugin(const char* symbol, std::invoke_result_t<EntryPoint*, Args...> f
 } // namespace
 
 int32_t unAge(const char* repository, const char* resource) {
-    rh_logger.debugLog("called unAge with repository=%s resource=%s", repository, resource);
+    facadeLogger.debugLog("called unAge with repository=%s resource=%s", repository, resource);
     return callPlugin<decltype(unAge_)>("unAge_", 0, repository, resource);
 }
 
 int32_t freeMount(const char* repository, const char* subDirectory) {
-    rh_logger.debugLog("called freeMount with repository=%s and subDirectory=%s", repository, subDirectory);
+    facadeLogger.debugLog("called freeMount with repository=%s and subDirectory=%s", repository, subDirectory);
     return callPlugin<decltype(freeMount_)>("freeMount_", 127, repository, subDirectory);
 }
 
 void checkOverload(const char* repository) {
-    rh_logger.debugLog("called checkOverload with repository=%s", repository);
+    facadeLogger.debugLog("called checkOverload with repository=%s", repository);
     withEntryPoint("checkOverload_",
                    [&](void* address) { reinterpret_cast<decltype(checkOverload_)*>(address)(repository); });
 }
 
 void* listDirs(const char* repository, void* opaque, bool flag) {
-    rh_logger.debugLog("called listDirs with repository=%s", repository);
+    facadeLogger.debugLog("called listDirs with repository=%s", repository);
     return callPlugin<decltype(listDirs_)>("listDirs_", nullptr, repository, opaque, flag);
 }
 
 void* listFiles(const char* repository, void* opaque, bool flag) {
-    rh_logger.debugLog("called listFiles with repository=%s", repository);
+    facadeLogger.debugLog("called listFiles with repository=%s", repository);
     return callPlugin<decltype(listFiles_)>("listFiles_", nullptr, repository, opaque, flag);
 }
 
 int32_t removeResource(const char* repository, const char* resource) {
-    rh_logger.debugLog("called removeResource with repository=%s resource=%s", repository, resource);
+    facadeLogger.debugLog("called removeResource with repository=%s resource=%s", repository, resource);
     return callPlugin<decltype(removeResource_)>("removeResource_", -1, repository, resource);
 }
 
 int32_t checkResourceStatus(const char* repository, const char* resource) {
-    rh_logger.debugLog("called checkResourceStatus with repository=%s resource=%s", repository, resource);
+    facadeLogger.debugLog("called checkResourceStatus with repository=%s resource=%s", repository, resource);
     return callPlugin<decltype(checkResourceStatus_)>("checkResourceStatus_", -1, repository, resource);
 }
 
 int32_t getRepositoryStatus(const char* repository) {
-    rh_logger.debugLog("called getRepositoryStatus with repository=%s", repository);
+    facadeLogger.debugLog("called getRepositoryStatus with repository=%s", repository);
     return callPlugin<decltype(getRepositoryStatus_)>("getRepositoryStatus_", -1, repository);
 }
 
 char* getLocation(const char* repository, const char* fileName, void* opaque) {
-    rh_logger.debugLog("called getLocation with repository=%s fileName=%s", repository, fileName);
+    facadeLogger.debugLog("called getLocation with repository=%s fileName=%s", repository, fileName);
     return callPlugin<decltype(getLocation_)>("getLocation_", nullptr, repository, fileName, opaque);
 }
 
 void* createLocation(const char* repository, const char* fileName, void* opaque, bool flag) {
-    rh_logger.debugLog("called createLocation with repository=%s fileName=%s", repository, fileName);
+    facadeLogger.debugLog("called createLocation with repository=%s fileName=%s", repository, fileName);
     return callPlugin<decltype(createLocation_)>("createLocation_", nullptr, repository, fileName, opaque, flag);
 }
 
 char* createDirectory(const char* repository, const char* subDir, void* opaque, bool flag) {
-    rh_logger.debugLog("called createDirectory with repository=%s subDir=%s", repository, subDir);
+    facadeLogger.debugLog("called createDirectory with repository=%s subDir=%s", repository, subDir);
     return callPlugin<decltype(createDirectory_)>("createDirectory_", nullptr, repository, subDir, opaque, flag);
 }

@@ -1,4 +1,5 @@
-#include "db/DB_Query.h"
+#include "storestate/AutoForward.h"
+
 #include "storestate/DeviceSetFiller.h"
 #include "storestate/StoreState.h"
 #include "support/QXException.h"
@@ -17,7 +18,8 @@ bool isTableName(const char* name) {
     return *name != '\0' && name[strspn(name, ALLOWED)] == '\0';
 }
 
-/** Asks for the devices that are registered for automatic forwarding: rows of identifier and type. */
+} // namespace
+
 void queryAutoForwardDevices(DB_Query& session) {
     if (session.init() == 0) {
         throw QXException("Error connecting to MySQL");
@@ -33,8 +35,6 @@ void queryAutoForwardDevices(DB_Query& session) {
         throw QXException("Error executing query: %s", query);
     }
 }
-
-} // namespace
 
 void StoreState::readAutoForwardDevices() {
     DB_Query session;

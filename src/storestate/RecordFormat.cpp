@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
-#include <variant>
 
 namespace {
 
@@ -188,7 +187,9 @@ void RecordReader::readLine(std::string_view line) {
         return;
     }
     Value value;
-    if (!state.readProperty(text, property->pattern, value) || !trimUnclosedValue(text, *property, value)) {
+    const size_t scanned = property->keyLength; // the key has been compared already
+    if (!state.readProperty(text + scanned, property->pattern + scanned, value) ||
+        !trimUnclosedValue(text, *property, value)) {
         return;
     }
     std::visit(Overloaded{[&](int32_t StoreState::*number) { state.*number = leadingNumber(value); },
@@ -198,6 +199,20 @@ void RecordReader::readLine(std::string_view line) {
                               (devices == &StoreState::stagedDevices ? staged : forward).addList(value);
                           }},
                property->field);
+}
+
+std::vector<RecordProperty> recordProperties(const StoreState& state) {
+    std::vector<RecordProperty> properties;
+    for (const Property& property : PROPERTIES) {
+        RecordProperty found = {std::string_view(property.pattern, property.keyLength), {}};
+        std::visit(Overloaded{[&](int32_t StoreState::*number) { found.value = state.*number; },
+                              [&](OFString StoreState::*text) { found.value = &(state.*text); },
+                              [&](bool StoreState::*marking) { found.value = state.*marking; },
+                              [&](Devices StoreState::*devices) { found.value = &(state.*devices); }},
+                   property.field);
+        properties.push_back(found);
+    }
+    return properties;
 }
 
 std::string formatRecord(const StoreState& state) {

@@ -12,6 +12,8 @@
 
 #include <string>
 #include <string_view>
+#include <variant>
+#include <vector>
 
 /** Takes the lines of a record into a StoreState, in any order; what no line names stays as it is. */
 class RecordReader {
@@ -31,6 +33,15 @@ private:
     DeviceSetFiller forward;
     FILE* diagnostics;
 };
+
+/** One property of a record: its key and, by the kind of property, its value, which belongs to the record. */
+struct RecordProperty {
+    std::string_view key;
+    std::variant<int32_t, const OFString*, bool, const OFUnorderedSet<OFString>*> value;
+};
+
+/** All stored properties, in the order in which they are written, empty ones included. */
+std::vector<RecordProperty> recordProperties(const StoreState& state);
 
 /** The lines of the record, each with its line end. A device list too long for the reader takes several lines. */
 std::string formatRecord(const StoreState& state);

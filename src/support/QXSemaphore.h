@@ -48,14 +48,14 @@ public:
      */
     void unlock();
 
+    /** The lock file's path. */
+    std::string path() const;
+
     std::string name;
     std::string lockDir;
     bool autoUnlock;
     bool locked;      ///< this object created the lock file and has not removed it yet
     bool forceUnlock; ///< the next unlock() removes the file whoever created it
-
-private:
-    std::string path() const;
 };
 
 #endif
