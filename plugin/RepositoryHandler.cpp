@@ -2,7 +2,8 @@
  * The repository plug-in for a plain directory tree: each study has a directory of its name in the repository root.
  *
  * It exports the two operations that the store-state records need. Both return a path that the caller frees with
- * delete[], or null. They keep no state, and any thread may call them. No identifier reaches outside the root.
+ * delete[], or null. They keep no state, and any thread may call them. No identifier reaches outside the root,
+ * which must be readable: the names in it are synced.
  */
 #include "repository/RepositoryHandler.h"
 

@@ -16,20 +16,6 @@ namespace {
 constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
 constexpr mode_t INFO_DIRECTORY_MODE = 0775;
 
-/** Reads the record at `path` into `state`; false when there is none. */
-bool readRecord(const OFString& path, StoreState& state) {
-    TextFile file;
-    if (!file.open(path)) {
-        return false;
-    }
-    RecordReader reader(state, stderr);
-    std::string_view line;
-    while (file.next(line)) {
-        reader.readLine(line);
-    }
-    return true;
-}
-
 void makeInfoDirectory(const OFString& path) {
     errno = 0;
     if (mkdir(path.c_str(), INFO_DIRECTORY_MODE) != 0 && errno != EEXIST) {
@@ -46,14 +32,31 @@ bool StoreState::load() {
     if (useLock) {
         semaphore.lock(LOCK_SECONDS);
     }
-    OFString directory;
-    if (!locate(directory) || !readRecord(recordPath(directory), *this)) {
+    OFString path;
+    if (!readStored(path, stderr)) {
         return false;
     }
     if (version <= 0) {
         convert();
     }
     recordRead = true;
+    return true;
+}
+
+bool StoreState::readStored(OFString& path, FILE* diagnostics) {
+    requireRepository();
+    OFString directory;
+    const bool located = locate(directory);
+    path = located ? recordPath(directory) : OFString();
+    TextFile file;
+    if (!located || !file.open(path)) {
+        return false;
+    }
+    RecordReader reader(*this, diagnostics);
+    std::string_view line;
+    while (file.next(line)) {
+        reader.readLine(line);
+    }
     return true;
 }
 
@@ -82,6 +85,7 @@ bool StoreState::save() {
     }
     temporary.write(text);
     temporary.moveTo(record);
+    recordRead = true; // what is there now is this object's own
     syncDirectory(infoDirectory);
     deleteLegacyList();
     release();

@@ -45,23 +45,32 @@ public:
     /** Gives back the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
     ~StoreState();
 
-    // File operations. Each throws QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that was unset or
-    // empty at construction, before it touches anything.
+    // exists(), remove(), load() and save() throw QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that
+    // was unset or empty at construction, before they touch anything.
 
     /** Whether the study has a record file. False also for a study that the repository does not know. */
     bool exists();
 
-    /** Deletes the record file; false when there is none. */
+    /** Deletes the record file; false when there is none, or when it cannot be deleted. */
     bool remove();
 
     /**
      * Takes the study's lock (waits up to 20 seconds), reads the record, and converts one of the earlier generation.
-     * True: read. False: the study has no directory or no record; no field has changed. The lock stays held either way.
+     * True: read. False: the study has no directory or no record; no field has changed. The lock
+     * stays held either way.
      *
      * QXTimeoutException: the lock was not to be had. QXIOException with errno: the lock file cannot be created, or a
-     * file cannot be opened or read. Besides, what convert() throws. After an exception the record must not be saved.
+     * file cannot be opened or read. Besides, what convert() throws. After an exception the caller must not save.
      */
     bool load();
+
+    /**
+     * Reads the record as it is stored, without lock and without conversion: to look at, not to save. `path` becomes
+     * the record file's path. Lines without a known key are reported on `diagnostics`, unless that is null. False: the
+     * study has no directory (`path` is then empty) or no record. QXIOException with errno: the file cannot be opened
+     * or read.
+     */
+    bool readStored(OFString& path, FILE* diagnostics);
 
     /**
      * Replaces the record file and gives the study's lock back. A record without a version first takes over the
@@ -147,7 +156,7 @@ private:
 
     OFString legacyList; ///< path of the list that convert() took in and the next save() deletes
     bool loadBegun;      ///< load() was called ...
-    bool recordRead;     ///< ... and has taken in the whole record
+    bool recordRead;     ///< ... and has taken in the whole record, or save() has replaced it
 };
 
 #endif

@@ -14,7 +14,7 @@ std::string_view takePiece(std::string_view& text) {
     return piece;
 }
 
-TextFile::TextFile() : file(-1), atEnd(false) {
+TextFile::TextFile() : file(-1), unread(buffer, 0), atEnd(false) {
 }
 
 TextFile::~TextFile() {

@@ -60,7 +60,8 @@ std::string QXSemaphore::path() const {
 }
 
 bool QXSemaphore::lockResource() {
-    const int file = open(path().c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
+    const std::string lockFile = path();
+    const int file = open(lockFile.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
     if (file >= 0) {
         close(file);
         locked = true;
@@ -89,7 +90,8 @@ void QXSemaphore::unlock() {
     if (!locked && !forceUnlock) {
         return;
     }
-    if (unlink(path().c_str()) != 0 && errno != ENOENT) {
+    const std::string lockFile = path();
+    if (unlink(lockFile.c_str()) != 0 && errno != ENOENT) {
         failed("Releasing semaphore failed: ", name);
     }
     locked = false;
