@@ -111,7 +111,9 @@ jsize length(JNIEnv*, jarray array) {
 }
 jobject element(JNIEnv*, jobjectArray array, jsize index) {
     EXPECT_LE(references, 1) << "those of a pair are given back with it";
+    EXPECT_FALSE(pending);
     std::string* found = reinterpret_cast<Array*>(array)->at(static_cast<size_t>(index));
+    pending = found == nullptr;
     references += found != nullptr;
     return reinterpret_cast<jobject>(found);
 }

@@ -82,6 +82,9 @@ TEST_F(Store, LockIsHeldFromLoadToSave) {
         EXPECT_TRUE(state.save());
         EXPECT_TRUE(state.exists());
     }
+    StoreState again("new", "");
+    EXPECT_FALSE(again.load());
+    EXPECT_TRUE(again.save() && again.save()) << "its own record is in nobody's way";
     const auto mode = std::filesystem::status(place.info("S")).permissions();
     const mode_t mask = umask(0);
     umask(mask);
