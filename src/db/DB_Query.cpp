@@ -33,9 +33,6 @@ unsigned int portNumber(const char* text) {
 
 } // namespace
 
-DB_Query::DB_Query() : connection(nullptr), result(nullptr), row(nullptr) {
-}
-
 DB_Query::~DB_Query() {
     releaseResult();
     if (connection != nullptr) {
@@ -182,8 +179,8 @@ const char* DB_Query::getField(unsigned int columnIdx) {
 void DB_Query::copyFieldValue(unsigned int columnIdx, char** out) {
     const char* value = getField(columnIdx);
     if (value != nullptr) {
-        *out = new char[strlen(value) + 1];
-        strcpy(*out, value);
+        const size_t size = strlen(value) + 1;
+        *out = static_cast<char*>(memcpy(new char[size], value, size));
     }
 }
 

@@ -23,7 +23,7 @@
 class DB_Query {
 public:
     /** Makes no connection. */
-    DB_Query();
+    DB_Query() = default;
     DB_Query(const DB_Query&) = delete;
     DB_Query& operator=(const DB_Query&) = delete;
 
@@ -79,9 +79,9 @@ private:
     int failWithSqlError(const char* message);
     int failWithQuery(const char* operation, const char* what, const char* query);
 
-    MYSQL* connection; ///< null until init() has made one
-    MYSQL_RES* result; ///< of the last successful newQuery()
-    MYSQL_ROW row;     ///< null, or a row of `result`
+    MYSQL* connection = nullptr; ///< null until init() has made one
+    MYSQL_RES* result = nullptr; ///< of the last successful newQuery()
+    MYSQL_ROW row = nullptr;     ///< null, or a row of `result`
 };
 
 #endif

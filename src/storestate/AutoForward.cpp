@@ -51,7 +51,7 @@ void StoreState::readAutoForwardDevices() {
 void StoreState::addAutoForwardDevice(const OFString& id, const OFString& type) {
     auto device = std::make_unique<StoreDevice>(id, type);
     autoForwardDevices.push_back(device.get());
-    device.release();
+    static_cast<void>(device.release());
 }
 
 void StoreState::addAutoForwardDevices(bool converting) {

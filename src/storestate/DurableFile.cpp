@@ -31,7 +31,7 @@ bool writeAll(int file, const char* text, size_t size) {
 
 } // namespace
 
-TemporaryFile::TemporaryFile(const OFString& temporaryPath) : path(temporaryPath), file(-1), exists(false) {
+TemporaryFile::TemporaryFile(const OFString& temporaryPath) : path(temporaryPath) {
 }
 
 TemporaryFile::~TemporaryFile() {

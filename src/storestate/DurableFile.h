@@ -32,8 +32,8 @@ public:
 
 private:
     OFString path;
-    int file;
-    bool exists; ///< under its temporary name
+    int file = -1;
+    bool exists = false; ///< under its temporary name
 };
 
 /**

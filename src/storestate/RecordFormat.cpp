@@ -238,7 +238,7 @@ void requireReadable(const StoreState& state, const std::string& text) {
     }
 }
 
-void StoreState::print(FILE* stream) {
+void StoreState::print(FILE* stream) const {
     const std::string text = formatRecord(*this);
     fwrite(text.data(), 1, text.size(), stream);
 }

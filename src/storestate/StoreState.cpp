@@ -31,9 +31,8 @@ bool takePath(char* returned, OFString& path) {
 } // namespace
 
 StoreState::StoreState(const OFString& study, const OFString& lockDirectory)
-    : studyOwner(false), retrieved(false), dontEdit(false), dontDelete(false), version(0), studyId(study),
-      repository(repositoryRoot()), semaphore(std::string("storestate_") + study.c_str(), lockDirectory.c_str(), true),
-      useLock(true), loadBegun(false), recordRead(false) {
+    : studyId(study), repository(repositoryRoot()),
+      semaphore(std::string("storestate_") + study.c_str(), lockDirectory.c_str(), true) {
 }
 
 StoreState::~StoreState() {

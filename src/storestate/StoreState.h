@@ -112,7 +112,7 @@ public:
     void setAutoForwardDevice(const char* devices);
 
     /** Writes the record's lines to `stream`; neither flushes it nor reports anything. */
-    void print(FILE* stream);
+    void print(FILE* stream) const;
 
     /**
      * Scans `line` with a scanf pattern of one conversion into `value` (at least 256 bytes) and takes the double quotes
@@ -133,17 +133,17 @@ public:
     OFUnorderedSet<OFString> reportOnlyDevices; ///< never stored
     OFUnorderedSet<OFString> forwardDevices;
     OFString derived;
-    bool studyOwner; ///< owned locally rather than by `ownerDevice`
-    bool retrieved;
-    bool dontEdit;
-    bool dontDelete;
-    int32_t version; ///< 0: none known yet
+    bool studyOwner = false; ///< owned locally rather than by `ownerDevice`
+    bool retrieved = false;
+    bool dontEdit = false;
+    bool dontDelete = false;
+    int32_t version = 0; ///< 0: none known yet
     OFString studyId;
     OFString sourceStudy;
     OFString repository; ///< REPOSITORY_DICOM_DATA at construction
     QXSemaphore semaphore;
     OFList<StoreDevice*> autoForwardDevices; ///< owned
-    bool useLock;                            ///< load(), save() and release() operate `semaphore`
+    bool useLock = true;                     ///< load(), save() and release() operate `semaphore`
 
 private:
     void requireRepository() const;
@@ -154,9 +154,9 @@ private:
     void readAutoForwardDevices();
     void addAutoForwardDevice(const OFString& id, const OFString& type);
 
-    OFString legacyList; ///< path of the list that convert() took in and the next save() deletes
-    bool loadBegun;      ///< load() was called ...
-    bool recordRead;     ///< ... and has taken in the whole record, or save() has replaced it
+    OFString legacyList;     ///< path of the list that convert() took in and the next save() deletes
+    bool loadBegun = false;  ///< load() was called ...
+    bool recordRead = false; ///< ... and has taken in the whole record, or save() has replaced it
 };
 
 #endif

@@ -2,8 +2,8 @@
 
 #include "storestate/FileError.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -12,9 +12,6 @@ std::string_view takePiece(std::string_view& text) {
     const std::string_view piece = text.substr(0, lineFeed == std::string_view::npos ? PIECE_LIMIT : lineFeed + 1);
     text.remove_prefix(piece.size());
     return piece;
-}
-
-TextFile::TextFile() : file(-1), unread(buffer, 0), atEnd(false) {
 }
 
 TextFile::~TextFile() {
@@ -35,7 +32,7 @@ bool TextFile::open(const OFString& filePath) {
 
 /** Reads on behind what is unread; notes the end of the file. */
 void TextFile::fill() {
-    memmove(buffer, unread.data(), unread.size());
+    std::copy(unread.begin(), unread.end(), buffer);
     ssize_t count;
     do {
         errno = 0;

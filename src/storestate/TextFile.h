@@ -18,7 +18,7 @@ std::string_view takePiece(std::string_view& text);
 
 class TextFile {
 public:
-    TextFile();
+    TextFile() = default;
     TextFile(const TextFile&) = delete;
     TextFile& operator=(const TextFile&) = delete;
     ~TextFile();
@@ -36,10 +36,10 @@ private:
     void fill();
 
     OFString path;
-    int file;
+    int file = -1;
     char buffer[4 * (PIECE_LIMIT + 1)];
     std::string_view unread; ///< within `buffer`
-    bool atEnd;
+    bool atEnd = false;
 };
 
 #endif

@@ -29,10 +29,10 @@ int syslogFacility(const char* name) {
 
 } // namespace
 
-QXLogger::QXLogger(const char* name) : currentFacility(FACILITY_NONE), ident(nullptr) {
+QXLogger::QXLogger(const char* name) : currentFacility(FACILITY_NONE) {
     if (name != nullptr) {
-        ident = new char[strlen(name) + 1];
-        strcpy(ident, name);
+        const size_t size = strlen(name) + 1;
+        ident = static_cast<char*>(memcpy(new char[size], name, size));
     }
 }
 

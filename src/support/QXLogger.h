@@ -60,7 +60,7 @@ public:
     void infoLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     std::atomic<LOG_FACILITY> currentFacility; ///< what the log is open for
-    char* ident;                               ///< own copy, which openlog() goes on using; may be null
+    char* ident = nullptr;                     ///< own copy, which openlog() goes on using; may be null
 };
 
 #endif

@@ -36,8 +36,7 @@ int32_t randomSleep() {
 } // namespace
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, const std::string& lockDirectory, bool releaseAtEnd)
-    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd), locked(false),
-      forceUnlock(false) {
+    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd) {
 }
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, bool releaseAtEnd)

@@ -54,8 +54,8 @@ public:
     std::string name;
     std::string lockDir;
     bool autoUnlock;
-    bool locked;      ///< this object created the lock file and has not removed it yet
-    bool forceUnlock; ///< the next unlock() removes the file whoever created it
+    bool locked = false;      ///< this object created the lock file and has not removed it yet
+    bool forceUnlock = false; ///< the next unlock() removes the file whoever created it
 };
 
 #endif
