@@ -7,8 +7,8 @@
 #include <unistd.h>
 #include <vector>
 
-/** What went to the system log, which this header stands in for in the program that includes it. */
-inline std::vector<std::string> syslogCalls;
+/** What went to the system log, which this header stands in for in the program that includes it; never destroyed. */
+inline std::vector<std::string>& syslogCalls = *new std::vector<std::string>;
 
 /** Where a process's snapshot lies. */
 inline std::string snapshotPath() {
