@@ -4,9 +4,14 @@ package quillon.util;
  * The store-state record of a study: which device owns it, how it is processed and staged, where it is filed, archived
  * and forwarded.
  *
- * <p>The methods are implemented in the native library {@code storestate}, which must have been loaded, for instance
- * with {@code System.loadLibrary("storestate")}. They may be called from any thread. None of them throws anything when
- * it fails: the answer is {@code false}, also for a null study identifier.
+ * <p>The methods are implemented in the native library {@code storestate}. The first use of this class loads it, unless
+ * the program has done so itself: from the file that the system property {@code quillon.util.StoreState.lib} names (an
+ * absolute path, and then nothing else is tried), otherwise as {@code System.loadLibrary("storestate")} finds it,
+ * otherwise from the directories of Debian's packages. When there is no library to load, that first use throws an
+ * {@link UnsatisfiedLinkError} that lists what was tried.
+ *
+ * <p>The methods may be called from any thread. None of them throws anything when it fails: the answer is
+ * {@code false}, also for a null study identifier.
  *
  * <p>All processes and threads that work on a study exclude one another by the study's lock. It is a file in a
  * directory that they share; it outlives the process that took it, and it is not re-entrant.
@@ -21,6 +26,10 @@ public final class StoreState {
 
     /** {@link #modify} changes the record or creates it. */
     public static final int MAY_EXIST = 2;
+
+    static {
+        NativeLibrary.load();
+    }
 
     private StoreState() {}
 
