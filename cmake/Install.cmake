@@ -1,15 +1,30 @@
+# Where everything goes. The components are the packages of cmake/Packages.cmake.
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/storestate)
 
-install(TARGETS storestate EXPORT storestate LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS storestate EXPORT storestate LIBRARY DESTINATION ${STORESTATE_JNIDIR} COMPONENT jni)
 # so that REPOSITORY_HANDLER_HOME=<prefix>/<libdir>/storestate works as it stands
-install(TARGETS RepositoryHandler LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/storestate/lib)
-install(FILES ${CMAKE_BINARY_DIR}/storestate.jar DESTINATION ${CMAKE_INSTALL_DATADIR}/java)
-install(FILES src/support/Export.h src/support/QXException.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storestate/support)
-install(FILES src/repository/RepositoryHandler.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storestate/repository)
+install(TARGETS RepositoryHandler LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/storestate/lib COMPONENT jni)
 
-install(EXPORT storestate NAMESPACE storestate:: FILE storestate-config.cmake DESTINATION ${package_dir})
+if(NOT STORESTATE_DEBIAN)
+    install(FILES ${CMAKE_BINARY_DIR}/storestate.jar DESTINATION ${CMAKE_INSTALL_DATADIR}/java COMPONENT java)
+endif()
+
+install(FILES src/support/Export.h src/support/QXException.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storestate/support COMPONENT dev)
+install(FILES src/repository/RepositoryHandler.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/storestate/repository COMPONENT dev)
+install(EXPORT storestate NAMESPACE storestate:: FILE storestate-config.cmake
+    DESTINATION ${package_dir} COMPONENT dev)
 write_basic_package_version_file(storestate-config-version.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate-config-version.cmake DESTINATION ${package_dir})
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate-config-version.cmake DESTINATION ${package_dir} COMPONENT dev)
+
+if(STORESTATE_TOOLS)
+    install(TARGETS storestate_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+    install(FILES tools/storestate.bash-completion
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME storestate COMPONENT tool)
+    if(NOT STORESTATE_DEBIAN)
+        install(FILES tools/storestate.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    endif()
+endif()
