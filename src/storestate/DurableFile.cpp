@@ -45,9 +45,19 @@ TemporaryFile::~TemporaryFile() {
 
 bool TemporaryFile::open() {
     errno = 0;
-    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
     exists = file >= 0;
-    return exists;
+    return exists && avoidStandardStreams();
+}
+
+/** In a process without standard streams the file must not become one: diagnostics would be written into it. */
+bool TemporaryFile::avoidStandardStreams() {
+    if (file <= STDERR_FILENO) {
+        const int standard = file;
+        file = fcntl(standard, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        close(standard);
+    }
+    return file >= 0;
 }
 
 void TemporaryFile::write(const std::string& text) {

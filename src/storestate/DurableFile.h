@@ -31,6 +31,8 @@ public:
     void moveTo(const OFString& target);
 
 private:
+    bool avoidStandardStreams();
+
     OFString path;
     int file = -1;
     bool exists = false; ///< under its temporary name

@@ -99,7 +99,7 @@ void StoreState::refuseUnreadRecord(const OFString& path) const {
     }
     struct stat status;
     errno = 0;
-    if (stat(path.c_str(), &status) == 0 || errno != ENOENT) {
+    if (lstat(path.c_str(), &status) == 0 || errno != ENOENT) { // also a link to what is away for the moment
         throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
     }
 }

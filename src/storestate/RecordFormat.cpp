@@ -56,7 +56,7 @@ Overloaded(Functions...) -> Overloaded<Functions...>;
 
 const Property* findProperty(const char* line) {
     const auto* found = std::find_if(std::begin(PROPERTIES), std::end(PROPERTIES), [line](const Property& property) {
-        return strncmp(line, property.pattern, property.keyLength + 1) == 0;
+        return *line == *property.pattern && strncmp(line, property.pattern, property.keyLength + 1) == 0;
     });
     return found != std::end(PROPERTIES) ? found : nullptr;
 }

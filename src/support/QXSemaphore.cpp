@@ -36,7 +36,8 @@ int32_t randomSleep() {
 } // namespace
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, const std::string& lockDirectory, bool releaseAtEnd)
-    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd) {
+    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd),
+      lockFile(lockDir + "/semaphore_" + name) {
 }
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, bool releaseAtEnd)
@@ -54,12 +55,7 @@ QXSemaphore::~QXSemaphore() {
     }
 }
 
-std::string QXSemaphore::path() const {
-    return lockDir + "/semaphore_" + name;
-}
-
 bool QXSemaphore::lockResource() {
-    const std::string lockFile = path();
     const int file = open(lockFile.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
     if (file >= 0) {
         close(file);
@@ -89,7 +85,6 @@ void QXSemaphore::unlock() {
     if (!locked && !forceUnlock) {
         return;
     }
-    const std::string lockFile = path();
     if (unlink(lockFile.c_str()) != 0 && errno != ENOENT) {
         failed("Releasing semaphore failed: ", name);
     }

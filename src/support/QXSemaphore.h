@@ -49,13 +49,16 @@ public:
     void unlock();
 
     /** The lock file's path. */
-    std::string path() const;
+    const std::string& path() const { return lockFile; }
 
     std::string name;
     std::string lockDir;
     bool autoUnlock;
     bool locked = false;      ///< this object created the lock file and has not removed it yet
     bool forceUnlock = false; ///< the next unlock() removes the file whoever created it
+
+private:
+    std::string lockFile; ///< composed once, so that a lock can be given back when memory is short
 };
 
 #endif

@@ -113,6 +113,9 @@ STORESTATE_EXPORT int mkdir(const char* path, mode_t mode) noexcept {
 STORESTATE_EXPORT int stat(const char* path, struct stat* status) noexcept {
     return pass("stat", path, "", [&](size_t) { return fstatat(AT_FDCWD, path, status, 0); });
 }
+STORESTATE_EXPORT int lstat(const char* path, struct stat* status) noexcept {
+    return pass("stat", path, "", [&](size_t) { return fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW); });
+}
 }
 
 #endif

@@ -35,7 +35,8 @@ public final class StoreState {
 
     /**
      * Takes the study's lock, waiting up to 30 seconds for it. The caller keeps it until {@link #unlock}, and meanwhile
-     * passes {@code lockHeld} true to the other methods.
+     * passes {@code lockHeld} true to the other methods. The lock excludes others, not the caller's own threads: while
+     * it is held, only one of them works on the study.
      *
      * @param studyId the study's identifier
      * @return true: this call took the lock. False: it is held elsewhere, or the lock file cannot be created
