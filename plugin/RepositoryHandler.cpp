@@ -31,11 +31,13 @@ std::unique_ptr<char[]> studyPath(const char* repository, const char* study) {
         return nullptr;
     }
     const size_t rootLength = strlen(repository);
-    std::unique_ptr<char[]> path(new (std::nothrow) char[rootLength + 1 + strlen(study) + 1]);
+    const size_t studySize = strlen(study) + 1;
+    // Not std::nothrow: each name from a library is looked up anew whenever the plug-in is loaded.
+    std::unique_ptr<char[]> path(new (std::nothrow_t()) char[rootLength + 1 + studySize]);
     if (path != nullptr) {
         memcpy(path.get(), repository, rootLength);
         path[rootLength] = '/';
-        strcpy(path.get() + rootLength + 1, study);
+        memcpy(path.get() + rootLength + 1, study, studySize);
     }
     return path;
 }
