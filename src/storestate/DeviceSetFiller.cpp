@@ -10,7 +10,7 @@ std::string_view view(const OFString& name) {
 
 } // namespace
 
-DeviceSetFiller::DeviceSetFiller(OFUnorderedSet<OFString>& devices) : set(devices) {
+DeviceSetFiller::DeviceSetFiller(OFUnorderedSet<OFString>& devices) : set(devices), index(&memory) {
 }
 
 bool DeviceSetFiller::contains(const OFString& name) {

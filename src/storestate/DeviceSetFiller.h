@@ -10,6 +10,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <dcmtk/ofstd/ofuoset.h>
+#include <memory_resource>
 #include <string_view>
 #include <unordered_set>
 
@@ -27,7 +28,8 @@ private:
     bool contains(const OFString& name);
 
     OFUnorderedSet<OFString>& set;
-    std::unordered_set<std::string_view> index; ///< views of the set's own names, of the first so many of them
+    std::pmr::monotonic_buffer_resource memory;      ///< of the index: taken in big pieces, given back at once
+    std::pmr::unordered_set<std::string_view> index; ///< views of the set's own names, of the first so many of them
 };
 
 #endif
