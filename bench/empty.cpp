@@ -1,0 +1,1 @@
+// A library of its dependencies only.

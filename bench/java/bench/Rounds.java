@@ -1,0 +1,142 @@
+package bench;
+
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.List;
+import java.util.Random;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.ExecutionException;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+
+/**
+ * Times subjects against each other: many short batches in turn, so that what else happens on the machine hits all of
+ * them alike. The first subject is the one that the others are compared with, batch by batch of the same round.
+ */
+final class Rounds {
+    /** One subject; {@code enter} runs before each of its batches, outside the time. */
+    private static final class Entry {
+        final String name;
+        final Runnable enter;
+        final Subject subject;
+        final int threads;
+        double[] micros;
+        int calls;
+
+        Entry(String name, Runnable enter, Subject subject, int threads) {
+            this.name = name;
+            this.enter = enter;
+            this.subject = subject;
+            this.threads = threads;
+        }
+    }
+
+    /** What came out for one subject: medians over the rounds. */
+    static final class Result {
+        final String name;
+        final double micros; // per call
+        final double ratio; // to the first subject, pair by pair
+
+        Result(String name, double micros, double ratio) {
+            this.name = name;
+            this.micros = micros;
+            this.ratio = ratio;
+        }
+    }
+
+    private final List<Entry> entries = new ArrayList<>();
+
+    Rounds add(String name, Subject subject) {
+        return add(name, () -> {}, subject, 1);
+    }
+
+    /** With several threads a batch is shared by them, and the time per call is that of the whole. */
+    Rounds add(String name, Runnable enter, Subject subject, int threads) {
+        entries.add(new Entry(name, enter, subject, threads));
+        return this;
+    }
+
+    List<Result> run(int rounds, int batch) throws Exception {
+        for (Entry entry : entries) {
+            entry.micros = new double[rounds];
+            time(entry, batch);
+        }
+        List<Entry> order = new ArrayList<>(entries);
+        Random random = new Random(1);
+        for (int round = 0; round < rounds; round++) {
+            // In another order each time: nobody always finds the caches as the same neighbour left them.
+            Collections.shuffle(order, random);
+            for (Entry entry : order) {
+                entry.micros[round] = time(entry, batch) / 1e3 / batch;
+            }
+        }
+        List<Result> results = new ArrayList<>();
+        double[] base = entries.get(0).micros;
+        for (Entry entry : entries) {
+            double[] ratios = new double[rounds];
+            Arrays.setAll(ratios, round -> entry.micros[round] / base[round]);
+            results.add(new Result(entry.name, median(entry.micros), median(ratios)));
+        }
+        return results;
+    }
+
+    static double median(double[] values) {
+        double[] sorted = values.clone();
+        Arrays.sort(sorted);
+        int half = sorted.length / 2;
+        return sorted.length % 2 == 1 ? sorted[half] : (sorted[half - 1] + sorted[half]) / 2;
+    }
+
+    /** Nanoseconds of a batch. */
+    private static long time(Entry entry, int batch) throws Exception {
+        entry.enter.run();
+        int first = entry.calls;
+        entry.calls += batch;
+        if (entry.threads > 1) {
+            return timeThreads(entry, first, batch);
+        }
+        long start = System.nanoTime();
+        call(entry, first, batch, 1);
+        return System.nanoTime() - start;
+    }
+
+    /** Each thread has the numbers of its own remainder, and with them studies of its own. */
+    private static long timeThreads(Entry entry, int first, int batch) throws Exception {
+        ExecutorService pool = Executors.newFixedThreadPool(entry.threads);
+        CountDownLatch ready = new CountDownLatch(entry.threads);
+        CountDownLatch go = new CountDownLatch(1);
+        List<Future<?>> workers = new ArrayList<>();
+        for (int thread = 0; thread < entry.threads; thread++) {
+            int own = first + thread;
+            workers.add(pool.submit(() -> {
+                ready.countDown();
+                go.await();
+                call(entry, own, batch / entry.threads, entry.threads);
+                return null;
+            }));
+        }
+        ready.await();
+        long start = System.nanoTime();
+        go.countDown();
+        try {
+            for (Future<?> worker : workers) {
+                worker.get();
+            }
+            return System.nanoTime() - start;
+        } catch (ExecutionException failure) {
+            throw new IllegalStateException(failure.getCause());
+        } finally {
+            pool.shutdown();
+        }
+    }
+
+    private static void call(Entry entry, int first, int count, int step) throws Exception {
+        for (int i = 0; i < count; i++) {
+            if (!entry.subject.call(first + i * step)) {
+                throw new IllegalStateException(entry.name + " failed");
+            }
+        }
+    }
+}

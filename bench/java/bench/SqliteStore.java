@@ -1,0 +1,132 @@
+package bench;
+
+import java.sql.Connection;
+import java.sql.DriverManager;
+import java.sql.PreparedStatement;
+import java.sql.ResultSet;
+import java.sql.SQLException;
+import java.sql.Statement;
+import java.util.Properties;
+
+/**
+ * SQLite through JDBC, one row per study: read the row, change it, commit durably.
+ *
+ * <p>It does less: the fields stay texts and are not parsed, no plug-in and no log take part, and one writer at a time
+ * holds up all studies.
+ */
+final class SqliteStore implements Subject, AutoCloseable {
+    private static final String[] COLUMNS = {"version", "owner", "processMode", "stageState", "folder", "source",
+        "archive", "derived", "sourceStudy", "studyOwner", "retrieved", "dontEdit", "dontDelete", "staged", "forward"};
+    private static final int STAGE_STATE = 3;
+
+    private final String url;
+    private final String[] studies;
+    private final Properties settings = new Properties();
+    private final Session kept;
+
+    SqliteStore(Place place, String file, String[] studies, String record, boolean keepOpen) throws SQLException {
+        url = "jdbc:sqlite:" + place.root.resolve(file);
+        this.studies = studies;
+        settings.setProperty("synchronous", "EXTRA");
+        settings.setProperty("busy_timeout", "20000");
+        settings.setProperty("transaction_mode", "IMMEDIATE");
+        try (Session session = new Session()) {
+            fill(session.connection, record.lines().map(SqliteStore::value).toArray(String[] ::new));
+        }
+        kept = keepOpen ? new Session() : null;
+    }
+
+    private static String value(String line) {
+        return line.substring(line.indexOf('"') + 1, line.length() - 1);
+    }
+
+    private void fill(Connection connection, String[] values) throws SQLException {
+        try (Statement statement = connection.createStatement()) {
+            statement.executeUpdate(
+                "create table record (study text primary key, " + String.join(" text, ", COLUMNS) + " text)");
+        }
+        String marks = ", ?".repeat(COLUMNS.length);
+        try (PreparedStatement insert = connection.prepareStatement("insert into record values (?" + marks + ")")) {
+            for (String study : studies) {
+                insert.setString(1, study);
+                for (int i = 0; i < COLUMNS.length; i++) {
+                    insert.setString(i + 2, values[i]);
+                }
+                insert.executeUpdate();
+            }
+        }
+        connection.commit();
+    }
+
+    @Override
+    public boolean call(int number) throws SQLException {
+        String study = studies[number % studies.length];
+        String[] options = Modify.options(number);
+        if (kept != null) {
+            return kept.modify(study, options);
+        }
+        try (Session session = new Session()) {
+            return session.modify(study, options);
+        }
+    }
+
+    @Override
+    public void close() throws SQLException {
+        if (kept != null) {
+            kept.close();
+        }
+    }
+
+    /** A connection with its statements, which are prepared once. */
+    private final class Session implements AutoCloseable {
+        final Connection connection;
+        private PreparedStatement select;
+        private PreparedStatement update;
+
+        Session() throws SQLException {
+            connection = DriverManager.getConnection(url, settings);
+            connection.setAutoCommit(false);
+        }
+
+        boolean modify(String study, String[] options) throws SQLException {
+            String[] values = read(study);
+            if (values == null) {
+                return false;
+            }
+            values[STAGE_STATE] = options[1];
+            if (update == null) {
+                update = connection.prepareStatement(
+                    "update record set " + String.join(" = ?, ", COLUMNS) + " = ? where study = ?");
+            }
+            for (int i = 0; i < values.length; i++) {
+                update.setString(i + 1, values[i]);
+            }
+            update.setString(values.length + 1, study);
+            boolean changed = update.executeUpdate() == 1;
+            connection.commit();
+            return changed;
+        }
+
+        private String[] read(String study) throws SQLException {
+            if (select == null) {
+                select = connection.prepareStatement("select * from record where study = ?");
+            }
+            select.setString(1, study);
+            try (ResultSet row = select.executeQuery()) {
+                if (!row.next()) {
+                    return null;
+                }
+                String[] values = new String[COLUMNS.length];
+                for (int i = 0; i < values.length; i++) {
+                    values[i] = row.getString(i + 2);
+                }
+                return values;
+            }
+        }
+
+        @Override
+        public void close() throws SQLException {
+            connection.close();
+        }
+    }
+}
