@@ -33,7 +33,7 @@ std::unique_ptr<char[]> studyPath(const char* repository, const char* study) {
     const size_t rootLength = strlen(repository);
     const size_t studySize = strlen(study) + 1;
     // Not std::nothrow: each name from a library is looked up anew whenever the plug-in is loaded.
-    std::unique_ptr<char[]> path(new (std::nothrow_t()) char[rootLength + 1 + studySize]);
+    std::unique_ptr<char[]> path(new (std::nothrow_t{}) char[rootLength + 1 + studySize]);
     if (path != nullptr) {
         memcpy(path.get(), repository, rootLength);
         path[rootLength] = '/';
