@@ -1,32 +1,24 @@
 #ifndef TESTS_SUPPORT_CAPTUREDSYSLOG_H
 #define TESTS_SUPPORT_CAPTUREDSYSLOG_H
 
+#include "support/Export.h"
+#include "support/Testing.h"
+
 #include <cstdarg>
-#include <cstdio>
-#include <string>
-#include <unistd.h>
-#include <vector>
 
-/** What went to the system log, which this header stands in for in the program that includes it; never destroyed. */
-inline std::vector<std::string>& syslogCalls = *new std::vector<std::string>;
-
-/** Where a process's snapshot lies. */
-inline std::string snapshotPath() {
-    return "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
-}
+/** Lines of what went to the system log, which this header stands in for in its program; never destroyed. */
+inline std::string& syslogText = *new std::string;
 
 extern "C" {
-__attribute__((visibility("default"))) void openlog(const char* ident, int option, int facility) {
-    syslogCalls.push_back("open " + std::string(ident) + " " + std::to_string(option) + " " + std::to_string(facility));
+STORESTATE_EXPORT void openlog(const char* ident, int option, int facility) {
+    syslogText += "open " + std::string(ident) + " " + std::to_string(option) + " " + std::to_string(facility) + "\n";
 }
-__attribute__((visibility("default"))) void closelog() {
-    syslogCalls.emplace_back("close");
-}
-__attribute__((visibility("default"))) void vsyslog(int priority, const char* format, va_list args) {
+STORESTATE_EXPORT void closelog() { syslogText += "close\n"; }
+STORESTATE_EXPORT void vsyslog(int priority, const char* format, va_list args) {
     char text[4096];
     vsnprintf(text, sizeof text, format, args);
-    const char* snapshot = access(snapshotPath().c_str(), F_OK) == 0 ? " (snapshot)" : "";
-    syslogCalls.push_back(std::to_string(priority) + snapshot + " " + text);
+    syslogText +=
+        std::to_string(priority) + (access(snapshotPath().c_str(), F_OK) == 0 ? " (snapshot) " : " ") + text + "\n";
 }
 }
 

@@ -17,8 +17,7 @@ public:
     Workplace() {
         std::string pattern = (std::filesystem::temp_directory_path() / "storestate-test.XXXXXX").string();
         root = mkdtemp(pattern.data());
-        std::filesystem::create_directories(locks());
-        std::filesystem::create_directories(repository());
+        for (const std::string& directory : {locks(), repository()}) { std::filesystem::create_directory(directory); }
         setEnvironment();
     }
     Workplace(const Workplace&) = delete;

@@ -1,146 +1,118 @@
 #include "repository/RepositoryFacade.h"
 #include "repository/dumpPS.h"
 #include "support/CapturedSyslog.h"
-#include "support/Workplace.h"
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-#include <memory>
 
-using Lines = std::vector<std::string>;
+static bool flag = false;
+static void* const opaque = &flag;
 
-static intptr_t number(const void* pointer) {
-    return reinterpret_cast<intptr_t>(pointer);
+/** The path that a function returns. */
+static std::string taken(char* path) {
+    const std::unique_ptr<char[]> owned(path);
+    return path != nullptr ? path : "";
 }
 
-/** The eleven functions, each with the answer of the recording plug-in and its failure value. */
-static const struct {
-    const char* name;
+static intptr_t number(intptr_t result) { return result; }
+static intptr_t number(void* result) { return reinterpret_cast<intptr_t>(result); }
+static intptr_t number(char* result) { return taken(result) == "R/S"; }
+
+/** One of the eleven, with the recording plug-in's answer, the failure value and the end of the trace line. */
+struct Function {
+    std::string name, arguments;
     intptr_t (*call)();
     intptr_t answer, failure;
-    const char *trace, *recorded;
-} FUNCTIONS[] = {
-    {"unAge", [] { return intptr_t{unAge("R", "S")}; }, 1, 0, "repository=R resource=S", "(R,S,(nil),0)"},
-    {"freeMount", [] { return intptr_t{freeMount("R", "S")}; }, 2, 127, "repository=R and subDirectory=S",
-     "(R,S,(nil),0)"},
-    {"checkOverload", [] { return checkOverload("R"), intptr_t{0}; }, 0, 0, "repository=R", "(R,,(nil),0)"},
-    {"listDirs", [] { return number(listDirs("R", &rh_logger, true)); }, 3, 0, "repository=R", ""},
-    {"listFiles", [] { return number(listFiles("R", nullptr, false)); }, 4, 0, "repository=R", "(R,,(nil),0)"},
-    {"removeResource", [] { return intptr_t{removeResource("R", "S")}; }, 5, -1, "repository=R resource=S",
-     "(R,S,(nil),0)"},
-    {"checkResourceStatus", [] { return intptr_t{checkResourceStatus("R", "S")}; }, -1, -1, "repository=R resource=S",
-     "(R,S,(nil),0)"},
-    {"getRepositoryStatus", [] { return intptr_t{getRepositoryStatus("R")}; }, 6, -1, "repository=R", "(R,,(nil),0)"},
-    {"getLocation", [] { return intptr_t{std::unique_ptr<char[]>(getLocation("R", "S", nullptr)) != nullptr}; }, 1, 0,
-     "repository=R fileName=S", "(R,S,(nil),0)"},
-    {"createLocation", [] { return number(createLocation("R", "S", nullptr, true)); }, 7, 0, "repository=R fileName=S",
-     "(R,S,(nil),1)"},
-    {"createDirectory",
-     [] { return intptr_t{std::unique_ptr<char[]>(createDirectory("R", "S", nullptr, true)) != nullptr}; }, 1, 0,
-     "repository=R subDir=S", "(R,S,(nil),1)"},
+    const char* trace;
+};
+#define CALL(name, arguments) #name, #arguments, [] { return number(name arguments); }
+static const Function FUNCTIONS[] = {
+    {CALL(unAge, ("R", "S")), 1, 0, "repository=R resource=S"},
+    {CALL(freeMount, ("R", "S")), 2, 127, "repository=R and subDirectory=S"},
+    {"checkOverload", "(\"R\")", [] { return checkOverload("R"), intptr_t{0}; }, 0, 0, "repository=R"},
+    {CALL(listDirs, ("R", opaque, flag)), 3, 0, "repository=R"},
+    {CALL(listFiles, ("R", opaque, flag)), 4, 0, "repository=R"},
+    {CALL(removeResource, ("R", "S")), 5, -1, "repository=R resource=S"},
+    {CALL(checkResourceStatus, ("R", "S")), 6, -1, "repository=R resource=S"},
+    {CALL(getRepositoryStatus, ("R")), 7, -1, "repository=R"},
+    {CALL(getLocation, ("R", "S", opaque)), 1, 0, "repository=R fileName=S"},
+    {CALL(createLocation, ("R", "S", opaque, flag)), 8, 0, "repository=R fileName=S"},
+    {CALL(createDirectory, ("R", "S", opaque, flag)), 1, 0, "repository=R subDir=S"},
 };
 
 class Facade : public ::testing::Test {
 protected:
-    ~Facade() override { unlink(snapshotPath().c_str()); }
+    ~Facade() override { unlink(snapshotPath().c_str()), syslogText.clear(); }
 
-    static void use(const std::string& plugin) {
-        setenv("REPOSITORY_HANDLER_HOME", (TEST_PLUGINS "/" + plugin).c_str(), 1);
-    }
-    static bool loaded(const std::string& plugin) {
-        void* handle =
-            dlopen((TEST_PLUGINS "/" + plugin + "/lib/RepositoryHandler.so").c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    static bool loaded(const std::string& home) {
+        void* handle = dlopen((home + "/lib/RepositoryHandler.so").c_str(), RTLD_LAZY | RTLD_NOLOAD);
         return handle != nullptr && dlclose(handle) == 0;
     }
     /** What was logged since the last time, without the opening of the log. */
-    static Lines logged() {
-        Lines lines = std::exchange(syslogCalls, {});
-        lines.erase(std::remove(lines.begin(), lines.end(), "open QXRepositoryHandlerIface 1 128"), lines.end());
-        return lines;
+    static std::string logged() {
+        return expand(std::exchange(syslogText, ""), {{"open QXRepositoryHandlerIface 1 128\n", ""}});
     }
 
     Workplace place;
 };
 
-TEST_F(Facade, HandsEachCallOnAndLeavesNothingLoaded) {
-    use("recording");
-    for (const auto& [name, call, answer, failure, trace, recorded] : FUNCTIONS) {
-        const std::string calls = place.root + "/" + name;
-        setenv("RECORDED_CALLS", calls.c_str(), 1);
-        EXPECT_EQ(call(), answer) << name;
-        EXPECT_EQ(logged(), Lines{std::string("7 called ") + name + " with " + trace});
-        char opaque[64];
-        snprintf(opaque, sizeof opaque, "(R,,%p,1)", static_cast<void*>(&rh_logger));
-        EXPECT_EQ(Workplace::read(calls), name + std::string(*recorded != '\0' ? recorded : opaque) + "\n");
-        EXPECT_FALSE(loaded("recording"));
-    }
-    EXPECT_FALSE(std::filesystem::exists(snapshotPath()));
-}
-
-TEST_F(Facade, ReportsWhatCannotBeLoadedOrResolved) {
-    const std::string missing = place.root + "/no plug-in";
-    const std::string tooLong(1000, 'x');
-    const std::pair<const char*, std::string> homes[] = {
-        {missing.c_str(), "dlopen error: " + missing + "/lib/RepositoryHandler.so: cannot open"},
-        {tooLong.c_str(), "dlopen error: REPOSITORY_HANDLER_HOME is too long"},
-        {nullptr, "dlopen error: REPOSITORY_HANDLER_HOME is not set"},
-        {TEST_PLUGINS "/empty",
-         "dlsym error initTask: " TEST_PLUGINS "/empty/lib/RepositoryHandler.so: undefined symbol: "},
+TEST_F(Facade, HandsEachCallOnOrReportsWhyNot) {
+    const std::string calls = place.root + "/calls", at = ::testing::PrintToString(opaque),
+                      empty = TEST_PLUGINS "/empty",
+                      file = "/lib/RepositoryHandler.so: ", loading = "3 (snapshot) EXCEPTION: dlopen error: ";
+    setenv("RECORDED_CALLS", calls.c_str(), 1);
+    const std::pair<std::string, std::string> homes[] = {
+        {TEST_PLUGINS "/recording", ""},
+        {TEST_PLUGINS "/recording", ""},
+        {"", loading + "REPOSITORY_HANDLER_HOME is not set\n"},
+        {std::string(999, 'x'), loading + "REPOSITORY_HANDLER_HOME is too long\n"},
+        {"/none", loading + "/none" + file + "cannot open shared object file: No such file or directory\n"},
+        {empty, "3 (snapshot) EXCEPTION: dlsym error initTask: " + empty + file + "undefined symbol: <name>_\n"},
     };
-    for (const auto& [home, reason] : homes) {
-        home != nullptr ? setenv("REPOSITORY_HANDLER_HOME", home, 1) : unsetenv("REPOSITORY_HANDLER_HOME");
-        for (const auto& function : FUNCTIONS) {
+    for (const auto& [home, error] : homes) {
+        home.empty() ? unsetenv("REPOSITORY_HANDLER_HOME") : setenv("REPOSITORY_HANDLER_HOME", home.c_str(), 1);
+        flag = !flag;
+        for (const auto& [name, args, call, answer, failure, trace] : FUNCTIONS) {
             unlink(snapshotPath().c_str());
-            EXPECT_EQ(function.call(), function.failure) << function.name;
-            const Lines lines = logged();
-            ASSERT_EQ(lines.size(), 2U);
-            EXPECT_EQ(lines[0], std::string("7 called ") + function.name + " with " + function.trace);
-            EXPECT_EQ(lines[1].rfind("3 (snapshot) EXCEPTION: " + reason, 0), 0U) << lines[1];
-            const bool unresolved = reason.find("symbol") != std::string::npos;
-            EXPECT_EQ(lines[1].find(std::string(function.name) + "_") != std::string::npos, unresolved) << lines[1];
+            Workplace::write(calls, "");
+            EXPECT_EQ(call(), error.empty() ? answer : failure) << name;
+            EXPECT_EQ(logged(), "7 called " + name + " with " + trace + "\n" + expand(error, {{"<name>", name}}));
+            const std::string handedOn =
+                expand(name + args, {{"(", ", "}, {")", ""}, {"\"", ""}, {"opaque", at}, {"flag", flag ? "1" : "0"}});
+            EXPECT_EQ(Workplace::read(calls), error.empty() ? handedOn : "");
+            EXPECT_FALSE(loaded(home)) << name;
         }
-        EXPECT_FALSE(loaded("empty"));
     }
-    EXPECT_NE(Workplace::read(snapshotPath()).find(std::to_string(getpid()) + " "), std::string::npos);
+    for (const std::string& listed : {std::to_string(getpid()) + " ", std::string("PATH=")}) {
+        EXPECT_NE(Workplace::read(snapshotPath()).find(listed), std::string::npos);
+    }
 }
 
 TEST_F(Facade, EndsThePluginsOwnExceptionsAndPassesOthersThrough) {
-    use("failing");
-    EXPECT_EQ(getLocation("R", "S", nullptr), nullptr);
-    EXPECT_EQ(logged().back(), "3 (snapshot) EXCEPTION: 100% %s of %n");
-    EXPECT_EQ(createDirectory("R", "S", nullptr, false), nullptr);
-    EXPECT_EQ(logged().back(), "3 (snapshot) EXCEPTION: of a class of the plug-in");
-    unlink(snapshotPath().c_str());
+    setenv("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/failing", 1);
+    EXPECT_TRUE(getLocation("R", "S", nullptr) == nullptr && createDirectory("R", "S", nullptr, false) == nullptr);
+    EXPECT_EQ(logged(), "7 called getLocation with repository=R fileName=S\n"
+                        "3 (snapshot) EXCEPTION: 100% %s of %n\n"
+                        "7 (snapshot) called createDirectory with repository=R subDir=S\n"
+                        "3 (snapshot) EXCEPTION: of a class of the plug-in\n");
     EXPECT_EQ(freeMount("R", "S"), 127) << "a symbol without an address";
-    EXPECT_EQ(logged().size(), 1U);
-    EXPECT_FALSE(loaded("failing"));
+    EXPECT_FALSE(loaded(TEST_PLUGINS "/failing"));
     EXPECT_THROW(unAge("R", "S"), int);
-    EXPECT_EQ(logged().size(), 1U) << "the trace alone";
-    EXPECT_FALSE(std::filesystem::exists(snapshotPath()));
-    EXPECT_TRUE(loaded("failing")) << "an exception may need its code";
+    EXPECT_EQ(logged().find("EXCEPTION"), std::string::npos);
+    EXPECT_TRUE(loaded(TEST_PLUGINS "/failing")) << "an exception may need its code";
 }
 
 TEST_F(Facade, SuppliedPluginStaysInsideTheRepository) {
-    const std::string root = place.repository();
-    const auto located = [&](const char* study) {
-        const std::unique_ptr<char[]> path(getLocation(root.c_str(), study, nullptr));
-        return path != nullptr ? std::string(path.get()) : "";
+    const std::string root = place.repository(), path = root + "/1.2", tooLong(300, '1');
+    const auto paths = [](const char* repository, const char* study) { // found and, found or not, made
+        const std::string found = taken(getLocation(repository, study, nullptr));
+        return found + "|" + taken(createDirectory(repository, study, nullptr, false));
     };
-    const auto created = [&](const char* repository, const char* study) {
-        const std::unique_ptr<char[]> path(createDirectory(repository, study, nullptr, false));
-        return path != nullptr ? std::string(path.get()) : "";
-    };
-    EXPECT_EQ(located("1.2"), "");
-    EXPECT_EQ(created(root.c_str(), "1.2"), root + "/1.2");
-    EXPECT_EQ(created(root.c_str(), "1.2"), root + "/1.2") << "again";
-    EXPECT_EQ(located("1.2"), root + "/1.2");
+    EXPECT_EQ(paths(root.c_str(), "1.2"), "|" + path);
+    EXPECT_EQ(paths(root.c_str(), "1.2"), path + "|" + path);
     Workplace::write(root + "/file", "");
-    const std::string tooLong(300, '1');
     for (const char* refused : {"", ".", "..", "/", "../locks", "1.2/x", "file", tooLong.c_str()}) {
-        EXPECT_EQ(located(refused) + created(root.c_str(), refused), "") << refused;
+        EXPECT_EQ(paths(root.c_str(), refused), "|") << refused;
     }
-    for (const char* repository : {"", (const char*)nullptr, "/no/such/root"}) {
-        EXPECT_EQ(created(repository, "1.2"), "");
-    }
+    EXPECT_EQ(paths("", "1.2") + paths(nullptr, "1.2") + paths("/no/such/root", "1.2"), "|||");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root), {}), 2);
 }

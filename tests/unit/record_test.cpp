@@ -1,195 +1,188 @@
+#include "jni/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/TextFile.h"
-#include "support/QXException.h"
+#include "support/Testing.h"
 
-#include <gtest/gtest.h>
+#include <sstream>
 
-static void read(StoreState& state, std::string_view text) {
-    RecordReader reader(state, stderr);
-    while (!text.empty()) {
-        reader.readLine(takePiece(text));
-    }
+static std::string text(const std::string& row) {
+    return expand(row, {{"<1>", "Version='1'\n"},
+                        {"<auto>", "OwnerDevice='PACS1'\nStagedDevices='PACS2'\nForwardDevices='WS1'\n"},
+                        {"<no>", "Unknown Exception: [1] Record of study S cannot carry "},
+                        {"<255>", std::string(255, 'v')},
+                        {"<NUL>", std::string(1, '\0')},
+                        {"'", "\""}});
 }
 
 /** A record with every line, as it is written. */
-static const std::string FULL = R"record(Version="3"
-OwnerDevice="PACS1"
-ProcessMode="auto"
-StageState="online"
-Folder="Main [Folder] {2} |/\^;:-_.,@$%#&*()"
-SourceDevice="CT"
-ArchiveDevice="@Archive-@TOP"
-Derived="from a	b's = c"
-SourceStudy=" 1.2.3 "
-StudyOwner="yes"
-Retrieved="yes"
-DontEdit="yes"
-DontDelete="yes"
-StagedDevices="a b"
-ForwardDevices="x y"
-)record";
+static const std::string FULL =
+    text("Version='3'\nOwnerDevice='PACS1'\nProcessMode='auto'\nStageState='online'\n"
+         "Folder='Main [Folder] {2} |/\\^;:-_.,@$%#&*()'\nSourceDevice='CT'\nArchiveDevice='@Archive-@TOP'\n"
+         "Derived='from a\tb; = 100%'\nSourceStudy=' 1.2.3 '\nStudyOwner='yes'\nRetrieved='yes'\n"
+         "DontEdit='yes'\nDontDelete='yes'\nStagedDevices='a b'\nForwardDevices='x y'\n");
 
-TEST(Record, IsWrittenAsItWasReadInWhateverOrder) {
-    StoreState state("1.2", ".");
+/** A stored record, what is stored after a load and a save, and the options that change it in between. */
+struct Row {
+    std::string before;       ///< "none": no record
+    std::string after;        ///< the reader's complaints; the failure or the record; what is left of the legacy list
+    std::string options = ""; ///< each "name value|"
+    std::string legacyList = "";
+};
+
+class Record : public ::testing::Test {
+protected:
+    void expectAll(const std::vector<Row>& rows) const {
+        for (const auto& row : rows) {
+            std::filesystem::remove_all(place.repository() + "/S");
+            if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
+            if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), row.legacyList); }
+            ::testing::internal::CaptureStderr();
+            const std::string failure = thrown([&] {
+                StoreState state("S", "");
+                state.load();
+                std::istringstream options(text(row.options));
+                for (std::string name, value; getline(options, name, ' ') && getline(options, value, '|');) {
+                    applyModifyOption(state, name.c_str(), OFString(value.data(), value.size()));
+                }
+                EXPECT_TRUE(state.save() && !std::filesystem::exists(place.lockFile("S")));
+            });
+            const std::string complaints = ::testing::internal::GetCapturedStderr();
+            const std::string stored = failure.empty() ? Workplace::read(place.record("S")) : failure;
+            EXPECT_EQ(complaints + stored + Workplace::read(place.legacyList("S")), text(row.after)) << row.options;
+            EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
+            EXPECT_EQ(std::filesystem::exists(place.repository() + "/S"), row.before != "none" || failure.empty());
+        }
+    }
+    static void read(StoreState& state, std::string_view record) {
+        RecordReader reader(state, nullptr);
+        while (!record.empty()) { reader.readLine(takePiece(record)); }
+    }
+
+    Workplace place;
+    StoreState state{"1.2", "."};
+};
+
+TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
     read(state, FULL);
-    EXPECT_EQ(formatRecord(state), FULL);
-    EXPECT_EQ(state.folder, "Main [Folder] {2} |/\\^;:-_.,@$%#&*()");
-    EXPECT_TRUE(state.studyOwner && state.retrieved && state.dontEdit && state.dontDelete);
-    EXPECT_EQ(state.version, 3);
-
+    ::testing::internal::CaptureStdout();
+    state.print(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), FULL);
     std::string reversed;
     for (std::string_view rest = FULL; !rest.empty();) {
-        reversed = "# \n \t\r\n\n  #Version=\"9\"\n" + (" \t" + std::string(takePiece(rest))) + reversed;
+        reversed = "# \n \t\r\n\n  #Version='9'\n" + (" \t" + std::string(takePiece(rest))) + reversed;
     }
-    StoreState other("1.2", ".");
-    read(other, reversed);
-    EXPECT_EQ(formatRecord(other), FULL);
-    char printed[2048] = "";
-    FILE* stream = fmemopen(printed, sizeof printed, "w");
-    other.print(stream);
-    fclose(stream);
-    EXPECT_EQ(printed, FULL);
-}
-
-TEST(Record, LinesAreTakenByTheirPatterns) {
-    const std::string v255(255, 'v');
-    const struct {
-        std::string text, record; // beside the line with the version
-        bool diagnosed;
-    } cases[] = {
-        {"ProcessMode = \"x\"\n", "", true},
-        {"processmode=\"x\"\n", "", true},
-        {"OwnerDevice=\"A\"\nOwnerDevice=\"\"\n", "", false},
-        {"Derived=\"A\"\nDerived=\"\"\n", "Derived=\"A\"\n", false},
-        {"Folder=\"A\"\nFolder=\"\"\nFolder=\"!\"\n", "Folder=\"A\"\n", false},
-        {"Folder=\"A!B\"\n", "Folder=\"A\"\n", false},
-        {"SourceDevice=\"one two\"\n", "SourceDevice=\"one\"\n", false},
-        {"SourceDevice=\"one\"\"\" rest\n", "SourceDevice=\"one\"\n", false},
-        {"StageState=x\nStageState=\n", "", false},
-        {"StudyOwner=\"yes\"\nStudyOwner=\"no\"\nRetrieved=\"YES\"\nDontEdit=\"yes \n", "DontEdit=\"yes\"\n", false},
-        {"StagedDevices=\" a  b a \"\nStagedDevices=\"c b\"\n", "StagedDevices=\"a b c\"\n", false},
-        {"ForwardDevices=\"\"\nForwardDevices=\" \"\n", "", false},
-        {"ForwardDevices=\"a\tb\rc\"\n", "ForwardDevices=\"a\tb\rc\"\n", false},
-        {"ForwardDevices=\"a b\r\n", "ForwardDevices=\"a b\"\n", false},
-        {"Derived=\"open\r\n", "Derived=\"open\"\n", false},
-        {"Derived=\"A\"\nDerived=\"\r\n", "Derived=\"A\"\n", false},
-        {"Derived=\"closed\r\"\r\n", "Derived=\"closed\r\"\n", false},
-        {"SourceStudy=\"last", "SourceStudy=\"last\"\n", false},
-        {"ArchiveDevice=\"" + v255 + "w\"\n", "ArchiveDevice=\"" + v255 + "\"\n", false},
-        {"Derived=\"" + v255 + "w\"\n", "Derived=\"" + v255 + "\"\n", false},
-        {std::string(1023, '#') + "SourceDevice=\"A\"\n", "SourceDevice=\"A\"\n", false},
-        {std::string("SourceDevice=\"A\0B\"\n", 19), "SourceDevice=\"A\"\n", false},
-        {"\xa0\xff\x85\n", "", true},
-    };
-    for (const auto& [text, record, diagnosed] : cases) {
-        StoreState state("1.2", ".");
-        ::testing::internal::CaptureStderr();
-        read(state, text);
-        EXPECT_EQ(::testing::internal::GetCapturedStderr(), diagnosed ? "Invalid line: " + text + "\n" : "");
-        EXPECT_EQ(formatRecord(state), "Version=\"0\"\n" + record) << text;
-        EXPECT_NO_THROW(requireReadable(state, formatRecord(state)));
-    }
-    const std::pair<const char*, int32_t> versions[] = {{"7", 7},
-                                                        {"-1", -1},
-                                                        {"abc", 0},
-                                                        {"+2x", 2},
-                                                        {"2147483648", 2147483647},
-                                                        {"-9999999999", -2147483647 - 1},
-                                                        {"99999999999999", 2147483647}};
-    for (const auto& [text, number] : versions) {
-        StoreState state("1.2", ".");
-        read(state, std::string("Version=\"") + text + "\"\n");
-        EXPECT_EQ(state.version, number) << text;
-    }
-}
-
-TEST(Record, CutAtAnyLengthReadsAsFarAsItGoes) {
+    expectAll({
+        {FULL, FULL},
+        {reversed, FULL},
+        {"<1>ProcessMode = 'x'\nprocessmode='x'\n\xa0\xff\x85",
+         "Invalid line: ProcessMode = 'x'\n\nInvalid line: processmode='x'\n\nInvalid line: \xa0\xff\x85\n<1>"},
+        // no value: quoted words become empty, other texts stay
+        {"<1>OwnerDevice='A'\nOwnerDevice=''\nFolder='B'\nFolder=''\nFolder='!'\nDerived='C'\nDerived=''\n"
+         "SourceStudy='D'\nSourceStudy='\r\nStageState=x\nStageState=\nForwardDevices=''\nForwardDevices=' '\n",
+         "<1>Folder='B'\nDerived='C'\nSourceStudy='D'\n"},
+        // ends before what the pattern does not take
+        {"<1>Folder='A!B'\nSourceDevice='one two'\nArchiveDevice='<255>w'\nDerived='<255>w'\nProcessMode='A<NUL>B'\n",
+         "<1>ProcessMode='A'\nFolder='A'\nSourceDevice='one'\nArchiveDevice='<255>'\nDerived='<255>'\n"},
+        // closing quotes, too many and none
+        {"<1>SourceDevice='one''' rest\nDerived='closed\r'\r\nForwardDevices='a\tb\rc d\r\nSourceStudy='last",
+         "<1>SourceDevice='one'\nDerived='closed\r'\nSourceStudy='last'\nForwardDevices='a\tb\rc d'\n"},
+        {"<1>Derived='open\r\n#<255><255><255><255>##SourceDevice='A'\n", "<1>SourceDevice='A'\nDerived='open'\n"},
+        {"<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes "
+         "\nStudyOwner='yess'\nStagedDevices='a'\nStagedDevices='c  a",
+         "<1>DontDelete='yes'\nStagedDevices='a c'\n"},
+        {"Version='+2x'\n", "Version='2'\n"},
+        {"Version='2147483648'\n", "Version='2147483647'\n"},
+        {"Version='-9999999999'\n", "Version='-2147483648'\n"},
+    });
     for (size_t length = 0; length <= FULL.size(); ++length) {
-        StoreState state("1.2", ".");
-        ::testing::internal::CaptureStderr();
-        read(state, FULL.substr(0, length));
-        ::testing::internal::GetCapturedStderr();
-        const std::string record = formatRecord(state);
-        ASSERT_NO_THROW(requireReadable(state, record)) << length;
-        EXPECT_LE(state.stagedDevices.NumberOfElements() + state.forwardDevices.NumberOfElements(), 4U);
-        EXPECT_EQ(state.forwardDevices.Contains("y"), length >= FULL.size() - 2) << length;
+        StoreState cut("1.2", ".");
+        read(cut, std::string_view(FULL).substr(0, length));
+        ASSERT_EQ(thrown([&] { requireReadable(cut, formatRecord(cut)); }), "") << length;
+        EXPECT_EQ(cut.forwardDevices.Contains("y"), length >= FULL.size() - 2) << length;
     }
 }
 
-TEST(Record, RefusesWhatItWouldNotReadBack) {
-    const std::string v255(255, 'v');
-    const struct {
-        OFString StoreState::*field;
-        std::string value;
-        const char* refusedAs; // null: it can be stored
-    } texts[] = {
-        {&StoreState::ownerDevice, "two words", "OwnerDevice"},
-        {&StoreState::processMode, "tab\there", "ProcessMode"},
-        {&StoreState::stageState, "x\nForwardDevices=\"evil\"", "StageState"},
-        {&StoreState::sourceDevice, "quote\"", "SourceDevice"},
-        {&StoreState::sourceDevice, "in\"side", nullptr},
-        {&StoreState::archiveDevice, v255, nullptr},
-        {&StoreState::archiveDevice, v255 + "v", "ArchiveDevice"},
-        {&StoreState::folder, v255, nullptr},
-        {&StoreState::folder, "no!", "Folder"},
-        {&StoreState::folder,
-         "Stra\xc3\x9f"
-         "e",
-         "Folder"},
-        {&StoreState::derived, "100% \xc3\xa4 'free' text", nullptr},
-        {&StoreState::derived, "a\"b", "Derived"},
-        {&StoreState::derived, "d\"\nDerived=\"d", "Derived"},
-        {&StoreState::derived, v255 + "v", "Derived"},
-        {&StoreState::sourceStudy, "line\n", "SourceStudy"},
-        {&StoreState::sourceStudy, std::string("nul\0here", 8), "SourceStudy"},
-    };
-    const auto refusal = [](StoreState& state) -> std::string {
-        try {
-            requireReadable(state, formatRecord(state));
-            return "";
-        } catch (const QXException& refused) {
-            EXPECT_EQ(refused.errorNumber, 1);
-            return refused.message;
-        }
-    };
-    for (const auto& [field, value, refusedAs] : texts) {
-        StoreState state("1.2", ".");
-        (state.*field).assign(value.data(), value.size());
-        const std::string message = refusal(state);
-        const std::string beginning = std::string("Record of study 1.2 cannot carry ") + (refusedAs ? refusedAs : "");
-        EXPECT_EQ(refusedAs == nullptr ? message : message.substr(0, beginning.size()), refusedAs ? beginning : "");
+TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
+    expectAll({
+        {"none", "<1><auto>"},
+        {"none", "<1><auto>A\n", "", "A\n"}, // a list without a record stays
+        {"none", "<1>ForwardDevices='W'\n", "-b W.F|"},
+        {"", "<1>OwnerDevice='PACS1'\nArchiveDevice='@Archive-@TOP'\nStagedDevices='PACS2'\nForwardDevices='WS1 A C'\n",
+         "", "  A  other words\r\n#B\r\n\r\n   \r\nC D\r\nA\r\n"},
+        {"Version='abc'\nArchiveDevice='X'\nOwnerDevice='PACS2'\nForwardDevices='E A'\n",
+         "<1>OwnerDevice='PACS2'\nArchiveDevice='X'\nStagedDevices='PACS1'\nForwardDevices='E A WS1 F'\n", "", "A\nF"},
+        {"StudyOwner='yes'\n",
+         "<1>ArchiveDevice='@Archive-@TOP'\nStudyOwner='yes'\nStagedDevices='PACS1 PACS2'\nForwardDevices='WS1'\n"},
+        {"Version='3'\nFolder='F'\n", "Version='3'\nFolder='F'\nA\n", "", "A\n"},
+        {"Version='-1'\n", "Version='-1'\nA\n", "", "A\n"},
+        {"<1>", "<1><auto>", "-b none|"},
+        {"<1>", "<1>OwnerDevice='P'\nStagedDevices='Q'\nForwardDevices='A c F X'\n",
+         "-b ;;DEV1;A.B.C;.C;P.P;;Q.C;P.P;c.c;F.;X.CT|"},
+        {"<1>StudyOwner='yes'\n", "<1>StudyOwner='yes'\nStagedDevices='P'\n", "-b P.P|"},
+    });
+    Workplace::write(place.record("1.2"), "");
+    state.autoForwardDevices.push_back(new StoreState::StoreDevice("F", ""));
+    EXPECT_TRUE(state.load() && state.studyOwner) << "converted without an owner device";
+}
+
+TEST_F(Record, OptionsChangeItInTheirOrder) {
+    std::istringstream names(
+        "--processmode -p --stagestate -g --folder -f --source -c --archive -a --setowner -o "
+        "--setstaged -s --setreportonly -e --removedevice -r --fwddevice -w --derived -d "
+        "--sourcestudy -y --dontedit -U --dontdelete -D --retrieved -R --owner -O --autodevice -b");
+    for (std::string name, shortName; names >> name >> shortName;) {
+        const ModifyOption* option = findModifyOption(name.c_str());
+        EXPECT_TRUE(option != nullptr && option == findModifyOption(shortName.c_str())) << name;
     }
-    const std::pair<std::string, bool> devices[] = {{"", false},    {"a b", false},      {"a\"", false},
-                                                    {"a\n", false}, {v255, true},        {v255 + "v", false},
-                                                    {"b", true},    {"tab\tcr\r", true}, {"#x=\\", true}};
-    for (const auto& [name, storable] : devices) {
-        StoreState state("1.2", ".");
-        state.forwardDevices.Insert("a");
-        state.forwardDevices.Insert(OFString(name.data(), name.size()));
-        EXPECT_EQ(refusal(state), storable ? "" : "Record of study 1.2 cannot carry ForwardDevices=\"" + name + "\".");
+    expectAll({
+        {"<1>Folder='F'\nDerived='D'\n",
+         "<1>ProcessMode='p'\nStageState='g'\nFolder='f'\nSourceDevice='c'\nArchiveDevice='a'\nSourceStudy='y'\n",
+         "-p p|-g g|-f f|-c c|-a a|-d |-y y|"},
+        {"<1>Retrieved='yes'\n", "<1>Derived='d'\nDontEdit='yes'\nDontDelete='yes'\n", "-U yes|-D yes|-R Yes|-d d|"},
+        {"<1>", "<1>Retrieved='yes'\n", "-R yes|-U yes|-U no|"},
+        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-O yes|"},
+        {"<1>OwnerDevice='X'\nStudyOwner='yes'\n", "<1>OwnerDevice='X'\n", "-O no|"},
+        {"<1>StudyOwner='yes'\nStagedDevices='a X b'\n", "<1>OwnerDevice='X'\nStagedDevices='a b'\n", "-o X|"},
+        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-o |"},
+        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\nStagedDevices='X'\n", "-s X|-s X|"},
+        {"<1>OwnerDevice='X'\n", "<1>OwnerDevice='X'\nStagedDevices='Y'\n", "-s Y|-r Z|"},
+        {"<1>OwnerDevice='X'\nStagedDevices='X Y'\n", "<1>StudyOwner='yes'\nStagedDevices='Y'\n", "-e X|"},
+        {"<1>OwnerDevice='a'\nStagedDevices='a b c'\nForwardDevices='a d'\n",
+         "<1>StudyOwner='yes'\nStagedDevices='c b'\nForwardDevices='d'\n", "-r a|"},
+        {"<1>", "<1>ForwardDevices='A B'\n", "-w A|-w A|-w B|"},
+        {"<1>", "<1>", "--Folder x|-F x|--folder=y x|-fy x|--folder\t x|-f\t x|-- x|- x|"},
+    });
+    for (const char* option : {"-e", "-s", "-e", "-o", "-e", "-r"}) {
+        applyModifyOption(state, option, "X");
+        EXPECT_EQ(state.reportOnlyDevices.Contains("X"), option == std::string("-e"));
     }
 }
 
-TEST(Record, LongDeviceListTakesSeveralLines) {
-    StoreState state("1.2", ".");
-    for (int i = 0; i < 900; ++i) {
-        state.forwardDevices.Insert(
-            ("Device-" + std::string(static_cast<size_t>(i % 90), 'x') + std::to_string(i)).c_str());
+TEST_F(Record, RefusesWhatItWouldNotReadBack) {
+    std::string options, after = "<1>"; // lines of exactly 255 characters
+    for (int i = 0; i < 960; ++i) {
+        const std::string name = "Dev" + std::to_string(1000 + i);
+        options += "-w " + name + "|";
+        after += (i % 32 == 0 ? "ForwardDevices='" : " ") + name + (i % 32 == 31 ? "'\n" : "");
     }
-    const std::string record = formatRecord(state);
-    size_t lines = 0;
-    for (std::string_view rest = record; !rest.empty(); ++lines) {
-        EXPECT_LE(takePiece(rest).size(), std::string("ForwardDevices=\"\"\n").size() + 255);
-    }
-    EXPECT_GT(lines, 100U);
-    StoreState reread("1.2", ".");
-    read(reread, record + record);
-    EXPECT_EQ(formatRecord(reread), record) << "each name once, in the same order";
-    OFUnorderedSet<OFString> set;
-    state.createSetFromOFString(set, "  a b  a c ");
-    EXPECT_EQ(set.NumberOfElements(), 3U);
-    char value[256];
-    EXPECT_TRUE(state.readProperty("Key=\"v\"\"", "Key=\"%255s", value));
-    EXPECT_STREQ(value, "v");
-    EXPECT_FALSE(state.readProperty("Key=\"\"", "Key=\"%255[^\"]\"", value));
+    expectAll({
+        {"<1>", after, options},
+        {after + after, after, options},
+        {"<1>", "<1>ForwardDevices='a'\nForwardDevices='<255>'\nForwardDevices='tab\tcr\r #x=\\'\n",
+         "-w a|-w <255>|-w tab\tcr\r|-w #x=\\|"},
+        {"<1>", "<1>Folder='<255>'\nSourceDevice='in'side'\nArchiveDevice='<255>'\nDerived='\xc3\xa4 text'\n",
+         "-c in'side|-f <255>|-a <255>|-d \xc3\xa4 text|"},
+        {"<1>", "<no>OwnerDevice='two words'.", "-o two words|"},
+        {"<1>", "<no>ProcessMode='tab\there'.", "-p tab\there|"},
+        {"<1>", "<no>StageState='x\nForwardDevices='evil''.", "-g x\nForwardDevices='evil'|"},
+        {"<1>", "<no>ArchiveDevice='<255>v'.", "-a <255>v|"},
+        {"<1>", "<no>Folder='\xc3\x9f'.", "-f \xc3\x9f|"},
+        {"<1>", "<no>Derived='d'\nDerived='d'.", "-d d'\nDerived='d|"},
+        {"<1>", "<no>SourceStudy='line\n'.", "-y line\n|"},
+        {"<1>", "<no>SourceStudy='nul'.", "-y nul<NUL>here|"},
+        {"<1>", "<no>StagedDevices='a''.", "-s a'|"},
+        {"<1>", "<no>ForwardDevices=''.", "-w a|-w |"},
+        {"none", "<no>ForwardDevices='a b'.", "-b W.C|-w a b|"},
+        {"<1>", "<no>ForwardDevices='<255>v'.", "-w <255>v|"},
+    });
 }

@@ -1,0 +1,33 @@
+#ifndef TESTS_SUPPORT_TESTING_H
+#define TESTS_SUPPORT_TESTING_H
+
+#include "support/QXException.h"
+#include "support/Workplace.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+#include <unistd.h>
+#include <vector>
+
+/** How the QXException that `work` throws is rendered; empty when it throws none. */
+template <class Work>
+std::string thrown(Work work) {
+    std::string text;
+    try {
+        work();
+    } catch (const QXException& failure) { failure.toString(text); }
+    return text;
+}
+
+/** Keeps tables readable: puts the meaning of each mark, which the meaning itself does not contain, in its place. */
+inline std::string expand(std::string text, const std::vector<std::pair<std::string, std::string>>& marks) {
+    for (const auto& [mark, meaning] : marks) {
+        for (size_t at; (at = text.find(mark)) != std::string::npos;) { text.replace(at, mark.size(), meaning); }
+    }
+    return text;
+}
+
+/** Where the snapshot of this process lies. */
+inline std::string snapshotPath() { return "/tmp/error_ps." + std::to_string(getpid()) + ".txt"; }
+
+#endif
