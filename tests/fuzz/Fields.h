@@ -6,27 +6,27 @@
 #include "support/QXException.h"
 #include "support/Workplace.h"
 
+#include <map>
 #include <unistd.h>
-#include <vector>
 
 #define REQUIRE(condition) ((condition) ? void() : (dprintf(STDERR_FILENO, "violated: %s\n", #condition), abort()))
 
-enum Field { OWNER, PROCESS, STAGE, FOLDER, SOURCE, ARCHIVE, DERIVED, STUDY, STAGED, FORWARD, LOCAL, GOT, EDIT, KEEP };
+using Fields = std::map<std::string, std::string>; ///< what a record stores, by key
 
-/** What a record stores, indexed by Field; at the end its version. */
-inline std::vector<std::string> fields(const StoreState& s) {
-    const auto list = [](auto... values) { return std::vector<std::string>{values...}; };
-    const auto names = [](const OFUnorderedSet<OFString>& devices) {
-        std::string text;
-        for (unsigned int i = 0; i < devices.NumberOfElements(); ++i) {
-            text += std::to_string(devices[i].size()) + ":" + devices[i];
+inline Fields fields(const StoreState& state) {
+    struct {
+        std::string operator()(int32_t number) const { return std::to_string(number); }
+        std::string operator()(bool marking) const { return marking ? "yes" : ""; }
+        std::string operator()(const OFString* text) const { return *text; }
+        std::string operator()(const OFUnorderedSet<OFString>* names) const {
+            std::string all;
+            for (unsigned i = 0; i < names->NumberOfElements(); ++i) { all += (*names)[i] + '\0'; }
+            return all;
         }
-        return text;
-    };
-    const auto yes = [](bool marking) { return marking ? "yes" : ""; };
-    return list(s.ownerDevice, s.processMode, s.stageState, s.folder, s.sourceDevice, s.archiveDevice, s.derived,
-                s.sourceStudy, names(s.stagedDevices), names(s.forwardDevices), yes(s.studyOwner), yes(s.retrieved),
-                yes(s.dontEdit), yes(s.dontDelete), std::to_string(s.version));
+    } text;
+    Fields found;
+    for (const auto& [key, value] : recordProperties(state)) { found[std::string(key)] = std::visit(text, value); }
+    return found;
 }
 
 /** The next part of the input, up to the separator. */

@@ -10,12 +10,11 @@ const Workplace place;
 const std::string record = place.record("1.2"), legacyList = place.legacyList("1.2");
 
 /** What is stored after a load and a save. */
-std::vector<std::string> rewrite(const std::string& legacyNames) {
+Fields rewrite(const std::string& legacyNames) {
     StoreState state("1.2", "");
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
     REQUIRE(state.load() && state.save());
-    const bool taken = !std::filesystem::exists(legacyList);
-    std::istringstream lines(taken ? legacyNames : "");
+    std::istringstream lines(std::filesystem::exists(legacyList) ? "" : legacyNames);
     for (std::string line, name; std::getline(lines, line) && line.size() < PIECE_LIMIT; name.clear()) {
         std::istringstream(line) >> name;
         REQUIRE(name.empty() || name[0] == '#' || state.forwardDevices.Contains(name));
@@ -26,13 +25,12 @@ std::vector<std::string> rewrite(const std::string& legacyNames) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static FILE* const diagnostics = stderr = fopen("/dev/null", "w"); // of the reader
-    REQUIRE(diagnostics != nullptr);
+    [[maybe_unused]] static FILE* const diagnostics = stderr = fopen("/dev/null", "w"); // of the reader
     std::string legacy(data, data + size);
     const std::string text = take(legacy, '\x1e');
     Workplace::write(record, text);
     Workplace::write(legacyList, legacy);
-    std::vector<std::string> saved;
+    Fields saved;
     try {
         saved = rewrite(legacy);
     } catch (const QXException&) {

@@ -117,7 +117,7 @@ TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
         {"Version='-1'\n", "Version='-1'\nA\n", "", "A\n"},
         {"<1>", "<1><auto>", "-b none|"},
         {"<1>", "<1>OwnerDevice='P'\nStagedDevices='Q'\nForwardDevices='A c F X'\n",
-         "-b ;;DEV1;A.B.C;.C;P.P;;Q.C;P.P;c.c;F.;X.CT|"},
+         "-b ;;DEV1;A.B.C;P.P;.C;;Q.C;P.P;c.c;F.;X.CT|"},
         {"<1>StudyOwner='yes'\n", "<1>StudyOwner='yes'\nStagedDevices='P'\n", "-b P.P|"},
     });
     Workplace::write(place.record("1.2"), "");

@@ -2,7 +2,9 @@
 #include "storestate/DurableFile.h"
 #include "support/Testing.h"
 
+#include <csignal>
 #include <functional>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 using namespace std::filesystem;
@@ -84,6 +86,40 @@ TEST_F(Store, FailuresLoseNothingAndSayWhy) { // those of system calls: see faul
         set("TARGETTBL", "Targets");
         set("DEVSERVTBL", "DeviceServices");
     }
+}
+
+TEST_F(Store, FailedSystemCallsAreNamed) { // that they do no harm: see faults/
+    setenv("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording", 1);
+    setenv("RECORDED_CALLS", "/dev/null", 1);
+    signal(SIGXFSZ, SIG_IGN);
+    const auto failure = [&](const char* study, rlim_t writable) {
+        const rlimit limit = {writable, RLIM_INFINITY}, none = {RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        StoreState state(study, "");
+        state.version = 1;
+        const std::string text = thrown([&] { EXPECT_EQ(state.save(), study == std::string("fine")); });
+        setrlimit(RLIMIT_FSIZE, &none);
+        return expand(text, {{"." + std::to_string(getpid()), ".PID"}, {place.repository(), "R"}});
+    };
+    const auto loading = [&](const char* study) {
+        return expand(thrown([&] { StoreState(study, "").load(); }), {{place.repository(), "R"}});
+    };
+    for (const char* study : {"fine", "loop"}) { create_directories(place.info(study)); }
+    Workplace::write(place.repository() + "/file", "");
+    Workplace::write(place.record("directory") + "/file", "");
+    create_symlink(place.record("loop"), place.record("loop"));
+    EXPECT_EQ(failure("fine", RLIM_INFINITY), "");
+    EXPECT_EQ(failure("fine", 5),
+              "IO Exception: [27] Writing file failed: R/fine/.info/storestate.rec.PID File too large");
+    EXPECT_EQ(failure("file", RLIM_INFINITY),
+              "Unknown Exception: [1] Could not create info directory R/file/.info [20: Not a directory]");
+    EXPECT_EQ(failure("directory", RLIM_INFINITY),
+              "Unknown Exception: [1] Could not rename R/directory/.info/storestate.rec.PID to "
+              "R/directory/.info/storestate.rec [21: Is a directory]");
+    EXPECT_EQ(loading("directory"),
+              "IO Exception: [21] Reading file failed: R/directory/.info/storestate.rec Is a directory");
+    EXPECT_EQ(loading("loop"), "IO Exception: [40] Opening file for reading failed: R/loop/.info/storestate.rec "
+                               "Too many levels of symbolic links");
 }
 
 TEST_F(Store, RootIsRequiredBeforeAnythingElse) {
