@@ -9,8 +9,8 @@
 namespace {
 
 /**
- * The client library's first use is not safe in several threads at once, and it makes the process ignore SIGPIPE, which
- * belongs to the virtual machine. So it happens once, here, and SIGPIPE is afterwards as it was.
+ * The client library's first use is not safe in several threads at once, and as its last step it makes the process
+ * ignore SIGPIPE, which belongs to the virtual machine. So it happens once, here, and SIGPIPE is as it was right after.
  */
 bool clientLibraryReady() {
     static std::mutex mutex;
