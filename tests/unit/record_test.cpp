@@ -9,7 +9,7 @@ static std::string text(const std::string& row) {
     return expand(row, {{"<1>", "Version='1'\n"},
                         {"<auto>", "OwnerDevice='PACS1'\nStagedDevices='PACS2'\nForwardDevices='WS1'\n"},
                         {"<no>", "Unknown Exception: [1] Record of study S cannot carry "},
-                        {"<255>", std::string(255, 'v')},
+                        {"<254>", std::string(254, 'v')},
                         {"<NUL>", std::string(1, '\0')},
                         {"'", "\""}});
 }
@@ -81,14 +81,14 @@ TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
          "SourceStudy='D'\nSourceStudy='\r\nStageState=x\nStageState=\nForwardDevices=''\nForwardDevices=' '\n",
          "<1>Folder='B'\nDerived='C'\nSourceStudy='D'\n"},
         // ends before what the pattern does not take
-        {"<1>Folder='A!B'\nSourceDevice='one two'\nArchiveDevice='<255>w'\nDerived='<255>w'\nProcessMode='A<NUL>B'\n",
-         "<1>ProcessMode='A'\nFolder='A'\nSourceDevice='one'\nArchiveDevice='<255>'\nDerived='<255>'\n"},
+        {"<1>Folder='A!B'\nSourceDevice='one two'\nArchiveDevice='<254>vw'\nDerived='<254>vw'\nProcessMode='A<NUL>B'\n",
+         "<1>ProcessMode='A'\nFolder='A'\nSourceDevice='one'\nArchiveDevice='<254>v'\nDerived='<254>v'\n"},
         // closing quotes, too many and none
         {"<1>SourceDevice='one''' rest\nDerived='closed\r'\r\nForwardDevices='a\tb\rc d\r\nSourceStudy='last",
          "<1>SourceDevice='one'\nDerived='closed\r'\nSourceStudy='last'\nForwardDevices='a\tb\rc d'\n"},
-        {"<1>Derived='open\r\n#<255><255><255><255>##SourceDevice='A'\n", "<1>SourceDevice='A'\nDerived='open'\n"},
-        {"<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes "
-         "\nStudyOwner='yess'\nStagedDevices='a'\nStagedDevices='c  a",
+        {"<1>Derived='open\r\n#<254><254><254><254>######SourceDevice='A'\n", "<1>SourceDevice='A'\nDerived='open'\n"},
+        {"<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \n"
+         "StudyOwner='yess'\nStagedDevices='a'\nStagedDevices='c  a",
          "<1>DontDelete='yes'\nStagedDevices='a c'\n"},
         {"Version='+2x'\n", "Version='2'\n"},
         {"Version='2147483648'\n", "Version='2147483647'\n"},
@@ -168,14 +168,14 @@ TEST_F(Record, RefusesWhatItWouldNotReadBack) {
     expectAll({
         {"<1>", after, options},
         {after + after, after, options},
-        {"<1>", "<1>ForwardDevices='a'\nForwardDevices='<255>'\nForwardDevices='tab\tcr\r #x=\\'\n",
-         "-w a|-w <255>|-w tab\tcr\r|-w #x=\\|"},
-        {"<1>", "<1>Folder='<255>'\nSourceDevice='in'side'\nArchiveDevice='<255>'\nDerived='\xc3\xa4 text'\n",
-         "-c in'side|-f <255>|-a <255>|-d \xc3\xa4 text|"},
+        {"<1>", "<1>ForwardDevices='a'\nForwardDevices='<254>'\nForwardDevices='tab\tcr\r #x=\\'\n",
+         "-w a|-w <254>|-w tab\tcr\r|-w #x=\\|"},
+        {"<1>", "<1>Folder='<254>v'\nSourceDevice='in'side'\nArchiveDevice='<254>v'\nDerived='\xc3\xa4 text'\n",
+         "-c in'side|-f <254>v|-a <254>v|-d \xc3\xa4 text|"},
         {"<1>", "<no>OwnerDevice='two words'.", "-o two words|"},
         {"<1>", "<no>ProcessMode='tab\there'.", "-p tab\there|"},
         {"<1>", "<no>StageState='x\nForwardDevices='evil''.", "-g x\nForwardDevices='evil'|"},
-        {"<1>", "<no>ArchiveDevice='<255>v'.", "-a <255>v|"},
+        {"<1>", "<no>ArchiveDevice='<254>vv'.", "-a <254>vv|"},
         {"<1>", "<no>Folder='\xc3\x9f'.", "-f \xc3\x9f|"},
         {"<1>", "<no>Derived='d'\nDerived='d'.", "-d d'\nDerived='d|"},
         {"<1>", "<no>SourceStudy='line\n'.", "-y line\n|"},
@@ -183,6 +183,6 @@ TEST_F(Record, RefusesWhatItWouldNotReadBack) {
         {"<1>", "<no>StagedDevices='a''.", "-s a'|"},
         {"<1>", "<no>ForwardDevices=''.", "-w a|-w |"},
         {"none", "<no>ForwardDevices='a b'.", "-b W.C|-w a b|"},
-        {"<1>", "<no>ForwardDevices='<255>v'.", "-w <255>v|"},
+        {"<1>", "<no>ForwardDevices='<254>vv'.", "-w <254>vv|"},
     });
 }
