@@ -1,9 +1,11 @@
 /** The parts of a modify that compute: reader, check, writer, option table. */
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/TextFile.h"
 
 #include <benchmark/benchmark.h>
+
+using namespace storestate;
 
 namespace {
 

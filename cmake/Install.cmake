@@ -22,9 +22,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate-config-version.cmake DESTIN
 
 if(STORESTATE_TOOLS)
     install(TARGETS storestate_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-    install(FILES tools/storestate.bash-completion
+    install(FILES tools/manual/storestate.bash-completion
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME storestate COMPONENT tool)
     if(NOT STORESTATE_DEBIAN)
-        install(FILES tools/storestate.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+        install(FILES tools/manual/storestate.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
     endif()
 endif()

@@ -32,7 +32,7 @@ foreach(component IN LISTS components)
     install_compressed(CHANGELOG.md changelog.gz ${doc} ${component})
     install_compressed(${PROJECT_BINARY_DIR}/debian-changelog changelog.Debian.gz ${doc} ${component})
 endforeach()
-install_compressed(tools/storestate.1 storestate.1.gz ${CMAKE_INSTALL_MANDIR}/man1 tool)
+install_compressed(tools/manual/storestate.1 storestate.1.gz ${CMAKE_INSTALL_MANDIR}/man1 tool)
 install(DIRECTORY examples/plugin DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libstorestate-dev/examples COMPONENT dev)
 
 add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/api/index.html

@@ -1,13 +1,14 @@
 /** The command line of `storestate`, the operator's tool. */
-#include "Commands.h"
+#include "commands/Commands.h"
 
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <clocale>
 #include <map>
 
+namespace storestate {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -118,13 +119,14 @@ int run(Words arguments) {
 }
 
 } // namespace
+} // namespace storestate
 
 int main(int argc, char** argv) {
     setlocale(LC_CTYPE, "");
     try {
-        return run(Words(argv + 1, argv + argc));
+        return storestate::run({argv + 1, argv + argc});
     } catch (const std::exception& failure) {
         fprintf(stderr, "storestate: %s\n", failure.what());
-        return STATUS_FAILED;
+        return storestate::STATUS_FAILED;
     }
 }

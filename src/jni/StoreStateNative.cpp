@@ -4,9 +4,9 @@
  */
 #include "jni/JavaArrayElement.h"
 #include "jni/JavaString.h"
-#include "jni/ModifyOptions.h"
-#include "jni/StudyLock.h"
+#include "storestate/ModifyOptions.h"
 #include "storestate/StoreState.h"
+#include "storestate/StudyLock.h"
 #include "support/Export.h"
 
 #include <jni.h>
@@ -71,11 +71,11 @@ bool modify(JNIEnv* env, StoreState& state, jint existenceMode, jobjectArray opt
 extern "C" {
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_lock(JNIEnv* env, jclass, jstring studyId) {
-    return withRecord(env, studyId, lockStudy);
+    return withRecord(env, studyId, storestate::lockStudy);
 }
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_unlock(JNIEnv* env, jclass, jstring studyId) {
-    return withRecord(env, studyId, unlockStudy);
+    return withRecord(env, studyId, storestate::unlockStudy);
 }
 
 STORESTATE_EXPORT jboolean JNICALL Java_quillon_util_StoreState_convert(JNIEnv* env, jclass, jstring studyId,

@@ -5,48 +5,18 @@
 #include "repository/dumpPS.h"
 #include "support/QXException.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <dlfcn.h>
 #include <string>
 #include <type_traits>
 
+namespace storestate {
 QXLogger facadeLogger("QXRepositoryHandlerIface");
+} // namespace storestate
 
 // Exported under a name that the process may have used for something else: the library itself never goes by it.
-extern QXLogger rh_logger __attribute__((alias("facadeLogger")));
+extern QXLogger rh_logger __attribute__((alias("_ZN10storestate12facadeLoggerE")));
 
-namespace {
-
-constexpr size_t PATH_BUFFER = 1024; ///< of the plug-in's path, its terminator included
-
-} // namespace
-
-void* loadPlugin() {
-    const char* home = getenv("REPOSITORY_HANDLER_HOME");
-    if (home == nullptr) {
-        throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is not set");
-    }
-    char path[PATH_BUFFER];
-    const int length = snprintf(path, sizeof path, "%s/lib/RepositoryHandler.so", home);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
-        throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is too long");
-    }
-    void* handle = dlopen(path, RTLD_LAZY);
-    if (handle == nullptr) {
-        throw QXException("dlopen error: %s", dlerror());
-    }
-    return handle;
-}
-
-void* resolveEntryPoint(void* plugin, const char* symbol) {
-    void* address = dlsym(plugin, symbol);
-    const char* error = dlerror();
-    if (error != nullptr) {
-        throw QXException("dlsym error initTask: %s", error);
-    }
-    return address;
-}
+using storestate::facadeLogger;
 
 namespace {
 
@@ -58,8 +28,8 @@ template <class Call>
 void withEntryPoint(const char* symbol, Call call) {
     void* plugin = nullptr;
     try {
-        plugin = loadPlugin();
-        void* address = resolveEntryPoint(plugin, symbol);
+        plugin = storestate::loadPlugin();
+        void* address = storestate::resolveEntryPoint(plugin, symbol);
         if (address != nullptr) {
             call(address);
         }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 
+namespace storestate {
 namespace {
 
 constexpr size_t QUERY_BUFFER = 256; ///< of the query's text, its terminator included
@@ -36,9 +37,13 @@ void queryAutoForwardDevices(DB_Query& session) {
     }
 }
 
+} // namespace storestate
+
+using storestate::DeviceSetFiller;
+
 void StoreState::readAutoForwardDevices() {
     DB_Query session;
-    queryAutoForwardDevices(session);
+    storestate::queryAutoForwardDevices(session);
     while (session.nextRecord() != 0) {
         const char* id = session.getField(0);
         const char* type = session.getField(1);

@@ -37,10 +37,10 @@ void StoreState::convert() {
     if (!locate(directory)) {
         throw QXException(1, "Study %s not found in repository.", studyId.c_str());
     }
-    const OFString path = legacyListPath(directory);
-    TextFile list;
+    const OFString path = storestate::legacyListPath(directory);
+    storestate::TextFile list;
     if (list.open(path)) {
-        DeviceSetFiller forward(forwardDevices);
+        storestate::DeviceSetFiller forward(forwardDevices);
         std::string_view line;
         while (list.next(line)) {
             const OFString name = firstWord(line);

@@ -1,5 +1,6 @@
 #include "storestate/DeviceSetFiller.h"
 
+namespace storestate {
 namespace {
 
 constexpr unsigned int INDEX_FROM = 32; ///< with fewer names looking through the set is quicker than an index
@@ -41,3 +42,5 @@ void DeviceSetFiller::addList(const OFString& list) {
         start = end + 1;
     }
 }
+
+} // namespace storestate

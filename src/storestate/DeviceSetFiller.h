@@ -14,6 +14,8 @@
 #include <string_view>
 #include <unordered_set>
 
+namespace storestate {
+
 class DeviceSetFiller {
 public:
     explicit DeviceSetFiller(OFUnorderedSet<OFString>& devices);
@@ -31,5 +33,7 @@ private:
     std::pmr::monotonic_buffer_resource memory;      ///< of the index: taken in big pieces, given back at once
     std::pmr::unordered_set<std::string_view> index; ///< views of the set's own names, of the first so many of them
 };
+
+} // namespace storestate
 
 #endif

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace storestate {
 namespace {
 
 constexpr char WRITING_FAILED[] = "Writing file failed: ";
@@ -93,3 +94,5 @@ void syncDirectory(const OFString& path) {
         throwFileError(WRITING_FAILED, path, error);
     }
 }
+
+} // namespace storestate

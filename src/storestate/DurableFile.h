@@ -10,6 +10,8 @@
 #include <dcmtk/ofstd/ofstring.h>
 #include <string>
 
+namespace storestate {
+
 /**
  * A file that is written beside its target and then moved over it. Until then destroying the object deletes the file,
  * so that a failure leaves nothing behind; afterwards it never touches the name again.
@@ -43,5 +45,7 @@ private:
  * QXIOException with errno: "Writing file failed: ...".
  */
 void syncDirectory(const OFString& path);
+
+} // namespace storestate
 
 #endif

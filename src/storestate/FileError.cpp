@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+namespace storestate {
+
 void throwFileError(const char* what, const OFString& path) {
     throwFileError(what, path, errno);
 }
@@ -13,3 +15,5 @@ void throwFileError(const char* what, const OFString& path) {
 void throwFileError(const char* what, const OFString& path, int error) {
     throw QXIOException(error, std::string(what) + path.c_str() + " " + strerror(error));
 }
+
+} // namespace storestate

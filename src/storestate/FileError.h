@@ -4,10 +4,14 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
 
+namespace storestate {
+
 /** Throws QXIOException with errno; the message is `what`, the path, a space and the system's text for errno. */
 [[noreturn]] void throwFileError(const char* what, const OFString& path);
 
 /** The same for an error number that was kept while errno moved on. */
 [[noreturn]] void throwFileError(const char* what, const OFString& path, int error);
+
+} // namespace storestate
 
 #endif

@@ -26,6 +26,8 @@ void makeInfoDirectory(const OFString& path) {
 
 } // namespace
 
+using namespace storestate; // the helpers: file names, checked files, the format
+
 bool StoreState::load() {
     requireRepository();
     loadBegun = true;

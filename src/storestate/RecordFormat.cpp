@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 
+namespace storestate {
 namespace {
 
 constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns take
@@ -238,8 +239,10 @@ void requireReadable(const StoreState& state, const std::string& text) {
     }
 }
 
+} // namespace storestate
+
 void StoreState::print(FILE* stream) const {
-    const std::string text = formatRecord(*this);
+    const std::string text = storestate::formatRecord(*this);
     fwrite(text.data(), 1, text.size(), stream);
 }
 
@@ -255,5 +258,5 @@ bool StoreState::readProperty(const char* line, const char* format, char* value)
 }
 
 void StoreState::createSetFromOFString(OFUnorderedSet<OFString>& set, const OFString& list) {
-    DeviceSetFiller(set).addList(list);
+    storestate::DeviceSetFiller(set).addList(list);
 }

@@ -15,6 +15,8 @@
 #include <variant>
 #include <vector>
 
+namespace storestate {
+
 /** Takes the lines of a record into a StoreState, in any order; what no line names stays as it is. */
 class RecordReader {
 public:
@@ -51,5 +53,7 @@ std::string formatRecord(const StoreState& state);
  * `text`, which is what formatRecord() made of it.
  */
 void requireReadable(const StoreState& state, const std::string& text);
+
+} // namespace storestate
 
 #endif

@@ -61,14 +61,14 @@ bool StoreState::exists() {
     requireRepository();
     OFString directory;
     struct stat status;
-    return locate(directory) && stat(recordPath(directory).c_str(), &status) == 0;
+    return locate(directory) && stat(storestate::recordPath(directory).c_str(), &status) == 0;
 }
 
 bool StoreState::remove() {
     requireRepository();
     OFString directory;
     errno = 0;
-    return locate(directory) && unlink(recordPath(directory).c_str()) == 0;
+    return locate(directory) && unlink(storestate::recordPath(directory).c_str()) == 0;
 }
 
 void StoreState::release() {

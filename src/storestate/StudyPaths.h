@@ -5,6 +5,8 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
 
+namespace storestate {
+
 inline OFString infoDirectoryPath(const OFString& studyDirectory) {
     return studyDirectory + "/.info";
 }
@@ -17,5 +19,7 @@ inline OFString recordPath(const OFString& studyDirectory) {
 inline OFString legacyListPath(const OFString& studyDirectory) {
     return infoDirectoryPath(studyDirectory) + "/fwds";
 }
+
+} // namespace storestate
 
 #endif

@@ -7,6 +7,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace storestate {
+
 std::string_view takePiece(std::string_view& text) {
     const size_t lineFeed = text.substr(0, PIECE_LIMIT).find('\n');
     const std::string_view piece = text.substr(0, lineFeed == std::string_view::npos ? PIECE_LIMIT : lineFeed + 1);
@@ -52,3 +54,5 @@ bool TextFile::next(std::string_view& piece) {
     piece = takePiece(unread);
     return !piece.empty();
 }
+
+} // namespace storestate

@@ -11,6 +11,8 @@
 #include <dcmtk/ofstd/ofstring.h>
 #include <string_view>
 
+namespace storestate {
+
 constexpr size_t PIECE_LIMIT = 1023; ///< characters of a piece, its line feed included
 
 /** Takes the next piece off the front of `text`: up to and including a line feed, within the limit. */
@@ -41,5 +43,7 @@ private:
     std::string_view unread; ///< within `buffer`
     bool atEnd = false;
 };
+
+} // namespace storestate
 
 #endif

@@ -1,6 +1,6 @@
 /**
  * Marks what libstorestate.so exports. Everything else is compiled with hidden visibility; the whole list stands in
- * cmake/exports.map, and a change of either is a change of what plug-ins and programs are built against.
+ * src/exports.map, and a change of either is a change of what plug-ins and programs are built against.
  */
 #ifndef SUPPORT_EXPORT_H
 #define SUPPORT_EXPORT_H

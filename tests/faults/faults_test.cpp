@@ -1,7 +1,7 @@
 // Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. A killed
 // process leaves its lock, which somebody must give back, and its temporary file, which harms nobody.
 #include "Disk.h"
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 #include "support/QXException.h"
 #include "support/Workplace.h"
 

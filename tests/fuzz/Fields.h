@@ -9,6 +9,8 @@
 #include <map>
 #include <unistd.h>
 
+using namespace storestate;
+
 #define REQUIRE(condition) ((condition) ? void() : (dprintf(STDERR_FILENO, "violated: %s\n", #condition), abort()))
 
 using Fields = std::map<std::string, std::string>; ///< what a record stores, by key

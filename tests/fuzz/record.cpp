@@ -1,7 +1,7 @@
 // A record and pairs of options, all parted by NUL. What the reader takes can be written and reads back the same. An
 // option changes its own fields only, and what would not read back the same is refused.
 #include "fuzz/Fields.h"
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 
 namespace {
 

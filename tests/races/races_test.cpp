@@ -1,6 +1,6 @@
 // Many threads and processes at once. Each changes something of its own, so that a change that gets lost is missed.
 #include "db/DB_Query.h"
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 #include "support/QXException.h"
 #include "support/Workplace.h"
 

@@ -9,7 +9,7 @@
 
 /**
  * A repository and a lock directory in a temporary folder, with the environment set to them and to the supplied
- * plug-in. The folder goes with the object. The database is the one that scripts/with-mariadb has put into the
+ * plug-in. The folder goes with the object. The database is the one that scripts/lib/with-mariadb has put into the
  * environment.
  */
 class Workplace {

@@ -1,9 +1,11 @@
-#include "jni/ModifyOptions.h"
+#include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/TextFile.h"
 #include "support/Testing.h"
 
 #include <sstream>
+
+using namespace storestate;
 
 static std::string text(const std::string& row) {
     return expand(row, {{"<1>", "Version='1'\n"},

@@ -1,5 +1,5 @@
-#include "jni/ModifyOptions.h"
 #include "storestate/DurableFile.h"
+#include "storestate/ModifyOptions.h"
 #include "support/Testing.h"
 
 #include <csignal>
@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 using namespace std::filesystem;
+using namespace storestate;
 
 class Store : public ::testing::Test {
 protected:

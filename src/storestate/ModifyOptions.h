@@ -1,0 +1,38 @@
+/**
+ * What `modify` does to a record: the condition on its existence, and the options. Needs no virtual machine.
+ * Everything belongs to the thread that uses the record.
+ */
+#ifndef STORESTATE_MODIFYOPTIONS_H
+#define STORESTATE_MODIFYOPTIONS_H
+
+#include "storestate/StoreState.h"
+
+/** Condition of a call on the record's existence; any other number is no condition. */
+enum ExistenceMode : int32_t {
+    RECORD_MUST_NOT_EXIST = 0,
+    RECORD_MUST_EXIST = 1,
+};
+
+/** One option: its two names and what a value does to the record. */
+struct ModifyOption {
+    const char* longName;
+    const char* shortName;
+    void (*apply)(StoreState& state, const OFString& value);
+};
+
+/** The option of exactly this name, long or short; null when there is none. */
+const ModifyOption* findModifyOption(const OFString& name);
+
+/**
+ * Applies one pair to the record, in memory; an unknown name changes nothing. The value is taken as it is: whether a
+ * record can carry it is for StoreState::save() to say. Throws only what StoreState::setAutoForwardDevice() throws.
+ */
+void applyModifyOption(StoreState& state, const OFString& name, const OFString& value);
+
+/**
+ * Loads the record under the condition. False: the condition does not hold (the study's lock may have been taken by
+ * then; destroying the record gives it back). Throws what StoreState::exists() and StoreState::load() throw.
+ */
+bool loadForModify(StoreState& state, int32_t existenceMode);
+
+#endif

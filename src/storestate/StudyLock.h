@@ -1,0 +1,27 @@
+/** What the Java methods `lock` and `unlock` do, for whoever else does the same. */
+#ifndef STORESTATE_STUDYLOCK_H
+#define STORESTATE_STUDYLOCK_H
+
+#include "storestate/StoreState.h"
+
+namespace storestate {
+
+constexpr int STUDY_LOCK_SECONDS = 30; ///< how long lockStudy() waits
+
+/** Takes the study's lock so that it outlives the record object. Throws as QXSemaphore::lock(). */
+inline bool lockStudy(StoreState& state) {
+    state.semaphore.autoUnlock = false;
+    return state.semaphore.lock(STUDY_LOCK_SECONDS);
+}
+
+/** Gives the study's lock back, whoever took it, exactly once. Throws as QXSemaphore::unlock(). */
+inline bool unlockStudy(StoreState& state) {
+    state.semaphore.autoUnlock = false; // the lock is given back once, here: a second time it may be another's
+    state.semaphore.forceUnlock = true;
+    state.semaphore.unlock();
+    return true;
+}
+
+} // namespace storestate
+
+#endif
