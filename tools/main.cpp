@@ -59,7 +59,9 @@ void addRecordCommands(CLI::App& app, Request& request, int& status) {
         if (!request.hasOptions) {
             throw CLI::RequiredError("-- OPTION VALUE...");
         }
-        const int32_t mode = request.mustNotExist ? RECORD_MUST_NOT_EXIST : request.mustExist ? RECORD_MUST_EXIST : 2;
+        const int32_t mode = request.mustNotExist ? RECORD_MUST_NOT_EXIST
+                             : request.mustExist  ? RECORD_MUST_EXIST
+                                                  : RECORD_MAY_EXIST;
         return modifyRecord(request.study, mode, request.options, request.lockHeld);
     });
     modify->add_option("STUDY", request.study, "study identifier")->required()->check(refuseEmpty);

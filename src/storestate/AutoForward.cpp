@@ -1,7 +1,6 @@
 #include "storestate/AutoForward.h"
 
 #include "storestate/DeviceSetFiller.h"
-#include "storestate/StoreState.h"
 #include "support/QXException.h"
 
 #include <cstdio>
@@ -14,14 +13,7 @@ namespace {
 
 constexpr size_t QUERY_BUFFER = 256; ///< of the query's text, its terminator included
 
-bool isTableName(const char* name) {
-    static const char ALLOWED[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
-    return *name != '\0' && name[strspn(name, ALLOWED)] == '\0';
-}
-
-} // namespace
-
-void queryAutoForwardDevices(DB_Query& session) {
+void query(DB_Query& session) {
     if (session.init() == 0) {
         throw QXException("Error connecting to MySQL");
     }
@@ -30,41 +22,46 @@ void queryAutoForwardDevices(DB_Query& session) {
     if (targets == nullptr || services == nullptr) {
         throw QXException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
     }
-    char query[QUERY_BUFFER];
-    snprintf(query, sizeof query, "select ID, TYPE from %s, %s where SERVICE='AFwd' and ID=DEVICE", targets, services);
-    if (!isTableName(targets) || !isTableName(services) || session.newQuery(query) == 0) {
-        throw QXException("Error executing query: %s", query);
+    char text[QUERY_BUFFER];
+    snprintf(text, sizeof text, "select ID, TYPE from %s, %s where SERVICE='AFwd' and ID=DEVICE", targets, services);
+    if (!isTableName(targets) || !isTableName(services) || session.newQuery(text) == 0) {
+        throw QXException("Error executing query: %s", text);
+    }
+}
+
+void append(OFList<StoreState::StoreDevice*>& devices, const OFString& id, const OFString& type) {
+    auto device = std::make_unique<StoreState::StoreDevice>(id, type);
+    devices.push_back(device.get());
+    static_cast<void>(device.release());
+}
+
+} // namespace
+
+bool isTableName(const char* name) {
+    static const char ALLOWED[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    return *name != '\0' && name[strspn(name, ALLOWED)] == '\0';
+}
+
+void readAutoForwardDevices(DB_Query& session, OFList<StoreState::StoreDevice*>& devices) {
+    query(session);
+    while (session.nextRecord() != 0) {
+        const char* id = session.getField(0);
+        const char* type = session.getField(1);
+        if (id != nullptr) {
+            append(devices, id, type != nullptr ? type : "");
+        }
     }
 }
 
 } // namespace storestate
 
-using storestate::DeviceSetFiller;
-
-void StoreState::readAutoForwardDevices() {
-    DB_Query session;
-    storestate::queryAutoForwardDevices(session);
-    while (session.nextRecord() != 0) {
-        const char* id = session.getField(0);
-        const char* type = session.getField(1);
-        if (id != nullptr) {
-            addAutoForwardDevice(id, type != nullptr ? type : "");
-        }
-    }
-}
-
-void StoreState::addAutoForwardDevice(const OFString& id, const OFString& type) {
-    auto device = std::make_unique<StoreDevice>(id, type);
-    autoForwardDevices.push_back(device.get());
-    static_cast<void>(device.release());
-}
-
 void StoreState::addAutoForwardDevices(bool converting) {
     if (autoForwardDevices.empty()) {
-        readAutoForwardDevices();
+        DB_Query session;
+        storestate::readAutoForwardDevices(session, autoForwardDevices);
     }
-    DeviceSetFiller staged(stagedDevices);
-    DeviceSetFiller forward(forwardDevices);
+    storestate::DeviceSetFiller staged(stagedDevices);
+    storestate::DeviceSetFiller forward(forwardDevices);
     for (const StoreDevice* device : autoForwardDevices) {
         if (device->id.empty()) {
             continue;
@@ -90,7 +87,7 @@ void StoreState::setAutoForwardDevice(const char* devices) {
         const OFString entry = list.substr(start, end - start);
         const size_t stop = entry.find('.');
         if (stop != OFString_npos) {
-            addAutoForwardDevice(entry.substr(0, stop), entry.substr(stop + 1));
+            storestate::append(autoForwardDevices, entry.substr(0, stop), entry.substr(stop + 1));
         }
         start = end + 1;
     }

@@ -2,15 +2,19 @@
 #define STORESTATE_AUTOFORWARD_H
 
 #include "db/DB_Query.h"
+#include "storestate/StoreState.h"
 
 namespace storestate {
 
+/** Whether a variable may name a table so: letters, digits and underscores only, since it becomes part of the query. */
+bool isTableName(const char* name);
+
 /**
- * Connects `session` and asks for the devices that are registered for automatic forwarding: rows of identifier and
- * type. QXException: not connected, TARGETTBL or DEVSERVTBL missing, or the query failed; as far as the database is to
- * blame, the session's `errorText` says more.
+ * Connects `session`, asks for the devices that are registered for automatic forwarding, and appends them to `devices`,
+ * whose owner deletes them. QXException: not connected, TARGETTBL or DEVSERVTBL missing, or the query failed; as far as
+ * the database is to blame, the session's `errorText` says more.
  */
-void queryAutoForwardDevices(DB_Query& session);
+void readAutoForwardDevices(DB_Query& session, OFList<StoreState::StoreDevice*>& devices);
 
 } // namespace storestate
 

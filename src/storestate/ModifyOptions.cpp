@@ -57,27 +57,58 @@ void setStudyOwner(StoreState& state, const OFString& value) {
     }
 }
 
+using Text = OFString StoreState::*;
+using Marking = bool StoreState::*;
+
+template <Text FIELD>
+void setText(StoreState& state, const OFString& value) {
+    state.*FIELD = value;
+}
+
+template <Marking FIELD>
+void setMarking(StoreState& state, const OFString& value) {
+    state.*FIELD = isYes(value);
+}
+
+void addForwardDevice(StoreState& state, const OFString& value) {
+    add(state.forwardDevices, value);
+}
+
+void addAutoForwardDevices(StoreState& state, const OFString& value) {
+    state.setAutoForwardDevice(value.c_str());
+}
+
+constexpr char DEVICE_LINES[] = "StudyOwner OwnerDevice StagedDevices ForwardDevices";
+constexpr char OWNER_AND_STAGED[] = "StudyOwner OwnerDevice StagedDevices";
+constexpr char YES[] = "\"yes\" sets the marking, anything else clears it";
+
 constexpr ModifyOption OPTIONS[] = {
-    {"--processmode", "-p", [](StoreState& state, const OFString& value) { state.processMode = value; }},
-    {"--stagestate", "-g", [](StoreState& state, const OFString& value) { state.stageState = value; }},
-    {"--folder", "-f", [](StoreState& state, const OFString& value) { state.folder = value; }},
-    {"--source", "-c", [](StoreState& state, const OFString& value) { state.sourceDevice = value; }},
-    {"--archive", "-a", [](StoreState& state, const OFString& value) { state.archiveDevice = value; }},
-    {"--setowner", "-o", setOwner},
-    {"--setstaged", "-s", setStaged},
-    {"--setreportonly", "-e", setReportOnly},
-    {"--removedevice", "-r", removeDevice},
-    {"--fwddevice", "-w", [](StoreState& state, const OFString& value) { add(state.forwardDevices, value); }},
-    {"--derived", "-d", [](StoreState& state, const OFString& value) { state.derived = value; }},
-    {"--sourcestudy", "-y", [](StoreState& state, const OFString& value) { state.sourceStudy = value; }},
-    {"--dontedit", "-U", [](StoreState& state, const OFString& value) { state.dontEdit = isYes(value); }},
-    {"--dontdelete", "-D", [](StoreState& state, const OFString& value) { state.dontDelete = isYes(value); }},
-    {"--retrieved", "-R", [](StoreState& state, const OFString& value) { state.retrieved = isYes(value); }},
-    {"--owner", "-O", setStudyOwner},
-    {"--autodevice", "-b", [](StoreState& state, const OFString& value) { state.setAutoForwardDevice(value.c_str()); }},
+    {"--processmode", "-p", "processing mode, one word", "ProcessMode", setText<&StoreState::processMode>},
+    {"--stagestate", "-g", "staging state, one word", "StageState", setText<&StoreState::stageState>},
+    {"--folder", "-f", "folder that the study is filed under", "Folder", setText<&StoreState::folder>},
+    {"--source", "-c", "device that the study came from", "SourceDevice", setText<&StoreState::sourceDevice>},
+    {"--archive", "-a", "device that the study is archived on", "ArchiveDevice", setText<&StoreState::archiveDevice>},
+    {"--setowner", "-o", "owner device, no longer staged; empty: owned locally", OWNER_AND_STAGED, setOwner},
+    {"--setstaged", "-s", "device that the study is staged on, no longer its owner", OWNER_AND_STAGED, setStaged},
+    {"--setreportonly", "-e", "device that is neither owner nor staged any more", OWNER_AND_STAGED, setReportOnly},
+    {"--removedevice", "-r", "device that is no owner, staged or forward device any more", DEVICE_LINES, removeDevice},
+    {"--fwddevice", "-w", "device that the study is to be forwarded to", "ForwardDevices", addForwardDevice},
+    {"--derived", "-d", "free text", "Derived", setText<&StoreState::derived>},
+    {"--sourcestudy", "-y", "free text", "SourceStudy", setText<&StoreState::sourceStudy>},
+    {"--dontedit", "-U", YES, "DontEdit", setMarking<&StoreState::dontEdit>},
+    {"--dontdelete", "-D", YES, "DontDelete", setMarking<&StoreState::dontDelete>},
+    {"--retrieved", "-R", YES, "Retrieved", setMarking<&StoreState::retrieved>},
+    {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", "StudyOwner OwnerDevice",
+     setStudyOwner},
+    {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's",
+     "OwnerDevice StagedDevices ForwardDevices", addAutoForwardDevices},
 };
 
 } // namespace
+
+std::vector<ModifyOption> modifyOptions() {
+    return {std::begin(OPTIONS), std::end(OPTIONS)};
+}
 
 const ModifyOption* findModifyOption(const OFString& name) {
     const auto* found = std::find_if(std::begin(OPTIONS), std::end(OPTIONS), [&](const ModifyOption& option) {

@@ -7,18 +7,26 @@
 
 #include "storestate/StoreState.h"
 
+#include <vector>
+
 /** Condition of a call on the record's existence; any other number is no condition. */
 enum ExistenceMode : int32_t {
     RECORD_MUST_NOT_EXIST = 0,
     RECORD_MUST_EXIST = 1,
+    RECORD_MAY_EXIST = 2,
 };
 
 /** One option: its two names and what a value does to the record. */
 struct ModifyOption {
     const char* longName;
     const char* shortName;
+    const char* meaning; ///< of the value, for people
+    const char* keys;    ///< of the record's lines that it may change, with blanks between them
     void (*apply)(StoreState& state, const OFString& value);
 };
+
+/** All options, in the order in which people are shown them. */
+std::vector<ModifyOption> modifyOptions();
 
 /** The option of exactly this name, long or short; null when there is none. */
 const ModifyOption* findModifyOption(const OFString& name);

@@ -1,5 +1,6 @@
 #include "check/CheckReport.h"
 #include "commands/Commands.h"
+#include "support/SyslogFacility.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -15,11 +16,9 @@ constexpr char LOG_SOCKET[] = "/dev/log";
 void checkFacility(CheckReport& report, const char* variable) {
     const char* value = getenv(variable);
     const std::string name = value != nullptr ? value : "";
-    const bool known =
-        name.size() == strlen("local0") && name.compare(0, 5, "local") == 0 && name[5] >= '0' && name[5] <= '7';
     if (value == nullptr) {
         report.good(variable, "not set: local0");
-    } else if (known) {
+    } else if (syslogFacility(value).has_value()) {
         report.good(variable, name);
     } else {
         report.note(variable, name + " is none of local0 to local7 and counts as local0");

@@ -13,7 +13,6 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace storestate {
 namespace {
@@ -91,24 +90,27 @@ std::string refusal(const Device& device) {
     return "";
 }
 
-void checkDevices(CheckReport& report, const std::vector<Device>& devices) {
+void checkDevices(CheckReport& report, const OFList<Device*>& devices) {
     std::string list;
-    for (const Device& device : devices) {
-        list += std::string(" ") + device.id.c_str() + " (" + device.type.c_str() + ")";
-        if (!refusal(device).empty()) {
-            report.bad("auto-forward device", std::string("no record can carry \"") + device.id.c_str() + "\"",
+    for (const Device* device : devices) {
+        if (device->id.empty()) {
+            continue; // which the library passes over
+        }
+        list += std::string(" ") + device->id.c_str() + " (" + device->type.c_str() + ")";
+        if (!refusal(*device).empty()) {
+            report.bad("auto-forward device", std::string("no record can carry \"") + device->id.c_str() + "\"",
                        "rename it: no blanks, no quotes, 1 to 255 characters");
         }
     }
-    report.good("auto-forward devices", devices.empty() ? "none" : list.substr(1));
+    report.good("auto-forward devices", list.empty() ? "none" : list.substr(1));
 }
 
 /** What the library does for a record without version. Never returns in time when the server does not answer. */
 void askDatabase(CheckReport& report) {
     DB_Query session;
-    std::vector<Device> devices;
+    StoreState holder("-", ".");
     try {
-        queryAutoForwardDevices(session);
+        readAutoForwardDevices(session, holder.autoForwardDevices);
     } catch (const QXException& failure) {
         session.errorText.replace('\n', ' ');
         const std::string detail = session.errorText.text;
@@ -117,14 +119,7 @@ void askDatabase(CheckReport& report) {
         return;
     }
     report.good("database", "answers, both tables are there");
-    while (session.nextRecord() != 0) {
-        const char* id = session.getField(0);
-        const char* type = session.getField(1);
-        if (id != nullptr && *id != '\0') {
-            devices.emplace_back(id, type != nullptr ? type : "");
-        }
-    }
-    checkDevices(report, devices);
+    checkDevices(report, holder.autoForwardDevices);
 }
 
 /** In a process of its own, which an alarm ends: the library itself waits for the database without limit. */

@@ -1,4 +1,5 @@
 #include "check/CheckReport.h"
+#include "repository/EntryPoints.h"
 #include "repository/PluginLoader.h"
 #include "support/QXException.h"
 
@@ -8,18 +9,6 @@ namespace storestate {
 namespace {
 
 constexpr char VARIABLE[] = "REPOSITORY_HANDLER_HOME";
-
-struct EntryPoint {
-    const char* symbol;
-    bool required; ///< the library itself calls it
-};
-
-constexpr EntryPoint ENTRY_POINTS[] = {
-    {"getLocation_", true},          {"createDirectory_", true}, {"unAge_", false},
-    {"freeMount_", false},           {"checkOverload_", false},  {"listDirs_", false},
-    {"listFiles_", false},           {"removeResource_", false}, {"checkResourceStatus_", false},
-    {"getRepositoryStatus_", false}, {"createLocation_", false},
-};
 
 bool has(void* plugin, const char* symbol) {
     try {
