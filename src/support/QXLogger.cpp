@@ -1,5 +1,7 @@
 #include "support/QXLogger.h"
 
+#include "support/SyslogFacility.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <syslog.h>
@@ -12,20 +14,6 @@ bool g_qxVerbose = false;
 namespace {
 
 constexpr int PRIORITY[MODE_DEBUG + 1] = {LOG_INFO, LOG_ERR, LOG_INFO, LOG_ERR, LOG_DEBUG};
-
-int syslogFacility(const char* name) {
-    static const struct {
-        const char* name;
-        int facility;
-    } LOCALS[] = {{"local0", LOG_LOCAL0}, {"local1", LOG_LOCAL1}, {"local2", LOG_LOCAL2}, {"local3", LOG_LOCAL3},
-                  {"local4", LOG_LOCAL4}, {"local5", LOG_LOCAL5}, {"local6", LOG_LOCAL6}, {"local7", LOG_LOCAL7}};
-    for (const auto& local : LOCALS) {
-        if (name != nullptr && strcmp(name, local.name) == 0) {
-            return local.facility;
-        }
-    }
-    return LOG_LOCAL0;
-}
 
 } // namespace
 
@@ -45,13 +33,16 @@ QXLogger::~QXLogger() {
 
 void QXLogger::openLog(LOG_FACILITY facility) {
     const char* variable = facility == FACILITY_OPER ? "LOG_OPER_FACILITY" : "LOG_FACILITY";
-    openlog(ident != nullptr ? ident : "unknown", LOG_PID, syslogFacility(getenv(variable)));
-    currentFacility = facility;
+    openlog(ident != nullptr ? ident : "unknown", LOG_PID,
+            storestate::syslogFacility(getenv(variable)).value_or(LOG_LOCAL0));
+    __atomic_store(&currentFacility, &facility, __ATOMIC_RELAXED);
 }
 
 void QXLogger::log(LOG_MODE mode, const char* format, va_list& args) {
     const LOG_FACILITY wanted = FACILITY_ARRAY[mode];
-    if (wanted != currentFacility) {
+    LOG_FACILITY current;
+    __atomic_load(&currentFacility, &current, __ATOMIC_RELAXED); // other threads may be opening the log
+    if (wanted != current) {
         openLog(wanted);
     }
     vsyslog(PRIORITY[mode], format, args);

@@ -13,7 +13,6 @@
 
 #include "support/Export.h"
 
-#include <atomic>
 #include <cstdarg>
 
 /** Whom a message is for, and thereby which variable names its syslog facility. */
@@ -59,8 +58,8 @@ public:
     void errorLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void infoLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    std::atomic<LOG_FACILITY> currentFacility; ///< what the log is open for
-    char* ident = nullptr;                     ///< own copy, which openlog() goes on using; may be null
+    LOG_FACILITY currentFacility; ///< what the log is open for; read and written atomically
+    char* ident = nullptr;        ///< own copy, which openlog() goes on using; may be null
 };
 
 #endif
