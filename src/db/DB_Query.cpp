@@ -9,29 +9,40 @@
 namespace {
 
 /**
- * The client library's first use is not safe in several threads at once, and as its last step it makes the process
- * ignore SIGPIPE, which belongs to the virtual machine. So it happens once, here, and SIGPIPE is as it was right after.
+ * The client library's first use, in the first mysql_init(), is not safe in several threads at once, and it makes the
+ * process ignore SIGPIPE, which belongs to the virtual machine. So it happens in one thread, and SIGPIPE is as it was
+ * right after.
  */
-bool clientLibraryReady() {
+MYSQL* newHandle() {
     static std::mutex mutex;
-    static bool ready = false;
+    static bool libraryReady = false;
     const std::lock_guard<std::mutex> guard(mutex);
-    if (!ready) {
-        struct sigaction before = {};
-        sigaction(SIGPIPE, nullptr, &before);
-        ready = mysql_library_init(0, nullptr, nullptr) == 0;
-        sigaction(SIGPIPE, &before, nullptr);
+    if (libraryReady) {
+        return mysql_init(nullptr);
     }
-    return ready;
+    struct sigaction before = {};
+    sigaction(SIGPIPE, nullptr, &before);
+    MYSQL* handle = mysql_init(nullptr);
+    sigaction(SIGPIPE, &before, nullptr);
+    libraryReady = handle != nullptr;
+    return handle;
 }
 
-constexpr char NO_PASSWORD[] = ""; ///< not null, for which the client library would send $MYSQL_PWD
+/** No password is ever sent; but for null the client library would send $MYSQL_PWD. */
+const char* noPassword() {
+    return getenv("MYSQL_PWD") != nullptr ? "" : nullptr;
+}
 
 unsigned int portNumber(const char* text) {
     return static_cast<unsigned int>(std::clamp<long>(strtol(text, nullptr, 10), 0, INT32_MAX));
 }
 
 } // namespace
+
+const char* storestate::databaseSocket() {
+    const char* socket = getenv("MYSQL_UNIX_PORT");
+    return socket != nullptr && *socket != '\0' ? socket : nullptr;
+}
 
 DB_Query::~DB_Query() {
     releaseResult();
@@ -48,52 +59,46 @@ void DB_Query::releaseResult() {
     row = nullptr;
 }
 
-int DB_Query::fail(const char* message) {
-    errorText.set(message);
-    return 0;
+void DB_Query::explainSqlError(const char* what) {
+    errorText.set(what).append(mysql_error(connection));
 }
 
-int DB_Query::failWithSqlError(const char* message) {
-    errorText.set(message).append(mysql_error(connection));
-    return 0;
-}
-
-int DB_Query::failWithQuery(const char* operation, const char* what, const char* query) {
+void DB_Query::explainQuery(const char* operation, const char* what, const char* query) {
     errorText.set(operation).append(what).append(mysql_error(connection)).append("\nQuery: ").append(query);
-    return 0;
 }
 
 int DB_Query::init() {
-    if (!openConnection()) {
-        return fail("DB_Query init() Insufficient Memory at connection allocation.\n");
+    openConnection();
+    if (connection == nullptr) {
+        errorText.set("DB_Query init() Insufficient Memory at connection allocation.\n");
+        return 0;
     }
     const char* database = getenv("DBNAME");
     if (database == nullptr) {
-        return fail("DB_Query init(): No DBNAME environment variable is set\n");
+        errorText.set("DB_Query init(): No DBNAME environment variable is set\n");
+        return 0;
     }
     const char* user = getenv("ARQ_USER");
-    const char* socket = getenv("MYSQL_UNIX_PORT");
-    const bool local = socket != nullptr && *socket != '\0';
-    if (!(local ? connectSocket(user, database, socket) : connectTcp(user, database))) {
+    const char* socket = storestate::databaseSocket();
+    if (!(socket != nullptr ? connectSocket(user, database, socket) : connectTcp(user, database))) {
         return 0;
     }
     errorText.set("");
     return 1;
 }
 
-bool DB_Query::openConnection() {
+void DB_Query::openConnection() {
     releaseResult();
     if (connection != nullptr) {
         mysql_close(connection);
-        connection = nullptr;
     }
-    connection = clientLibraryReady() ? mysql_init(nullptr) : nullptr;
-    return connection != nullptr;
+    connection = newHandle();
 }
 
 bool DB_Query::connectSocket(const char* user, const char* database, const char* socket) {
-    if (mysql_real_connect(connection, nullptr, user, NO_PASSWORD, database, 0, socket, 0) == nullptr) {
-        return failWithSqlError("DB_Query init() Can't connect to database via unix socket because SQL error:\n");
+    if (mysql_real_connect(connection, nullptr, user, noPassword(), database, 0, socket, 0) == nullptr) {
+        explainSqlError("DB_Query init() Can't connect to database via unix socket because SQL error:\n");
+        return false;
     }
     return true;
 }
@@ -101,14 +106,17 @@ bool DB_Query::connectSocket(const char* user, const char* database, const char*
 bool DB_Query::connectTcp(const char* user, const char* database) {
     const char* host = getenv("MYSQL_HOST");
     if (host == nullptr) {
-        return fail("DB_Query init(): Neither MYSQL_UNIX_PORT nor MYSQL_HOST environment variable is set\n");
+        errorText.set("DB_Query init(): Neither MYSQL_UNIX_PORT nor MYSQL_HOST environment variable is set\n");
+        return false;
     }
     const char* port = getenv("MYSQL_TCP_PORT");
     if (port == nullptr) {
-        return fail("DB_Query init(): Neither MYSQL_TCP_PORT environment variable is not set for MYSQL_HOST\n");
+        errorText.set("DB_Query init(): Neither MYSQL_TCP_PORT environment variable is not set for MYSQL_HOST\n");
+        return false;
     }
-    if (mysql_real_connect(connection, host, user, NO_PASSWORD, database, portNumber(port), nullptr, 0) == nullptr) {
-        return failWithSqlError("DB_Query init() Can't connect to database because SQL error:\n");
+    if (mysql_real_connect(connection, host, user, noPassword(), database, portNumber(port), nullptr, 0) == nullptr) {
+        explainSqlError("DB_Query init() Can't connect to database because SQL error:\n");
+        return false;
     }
     return true;
 }
@@ -118,7 +126,10 @@ int DB_Query::isReady() {
     if (connection == nullptr || mysql_query(connection, "SHOW TABLES") != 0) {
         return 0;
     }
-    mysql_free_result(mysql_store_result(connection));
+    MYSQL_RES* tables = mysql_store_result(connection);
+    if (tables != nullptr) {
+        mysql_free_result(tables);
+    }
     return 1;
 }
 
@@ -132,8 +143,11 @@ bool DB_Query::send(const char* operation, const char* query) {
         return false;
     }
     releaseResult();
-    return mysql_query(connection, query) == 0 ||
-           failWithQuery(operation, "() Can't do query, because SQL error:\n", query);
+    if (mysql_query(connection, query) != 0) {
+        explainQuery(operation, "() Can't do query, because SQL error:\n", query);
+        return false;
+    }
+    return true;
 }
 
 int DB_Query::newQuery(const char* query) {
@@ -142,7 +156,8 @@ int DB_Query::newQuery(const char* query) {
     }
     result = mysql_store_result(connection);
     if (result == nullptr) {
-        return failWithQuery("newQuery", "() Can't get query result, because SQL error:\n", query);
+        explainQuery("newQuery", "() Can't get query result, because SQL error:\n", query);
+        return 0;
     }
     errorText.set("");
     return 1;
@@ -163,10 +178,12 @@ int DB_Query::nextRecord() {
 
 bool DB_Query::hasField(unsigned int columnIdx) {
     if (row == nullptr) {
-        return fail("getField() precondition error: there is no record.\n");
+        errorText.set("getField() precondition error: there is no record.\n");
+        return false;
     }
     if (columnIdx >= mysql_field_count(connection)) {
-        return fail("getField() precondition error: too large columnIdx.\n");
+        errorText.set("getField() precondition error: too large columnIdx.\n");
+        return false;
     }
     errorText.set("");
     return true;
@@ -186,10 +203,12 @@ void DB_Query::copyFieldValue(unsigned int columnIdx, char** out) {
 
 uint32_t DB_Query::countQuery() {
     if (connection == nullptr) {
-        return fail("countQuery() precondition error: there is no connection.\n");
+        errorText.set("countQuery() precondition error: there is no connection.\n");
+        return 0;
     }
     if (result == nullptr) {
-        return fail("countQuery() precondition error: there is no result and/or query.\n");
+        errorText.set("countQuery() precondition error: there is no result and/or query.\n");
+        return 0;
     }
     errorText.set("");
     return static_cast<uint32_t>(mysql_num_rows(result));
@@ -197,7 +216,8 @@ uint32_t DB_Query::countQuery() {
 
 int32_t DB_Query::affectedRows() {
     if (connection == nullptr) {
-        return fail("affectedRows() precondition error: there is no connection.\n") - 1;
+        errorText.set("affectedRows() precondition error: there is no connection.\n");
+        return -1;
     }
     errorText.set("");
     return static_cast<int32_t>(mysql_affected_rows(connection));

@@ -2,7 +2,8 @@
  * A small session with the MySQL server that the environment names.
  *
  *   DBNAME                        the database, required
- *   ARQ_USER                      the user; the client library's default when unset. No password is ever sent
+ *   ARQ_USER                      the user; the client library's default when unset. No password is ever sent, not even
+ *                                 MYSQL_PWD, which the client library would read
  *   MYSQL_UNIX_PORT               path of the server's socket, used when set and not empty
  *   MYSQL_HOST, MYSQL_TCP_PORT    otherwise both are required; the client library takes "localhost" as a socket
  *
@@ -19,6 +20,13 @@
 
 #include <cstdint>
 #include <mysql.h>
+
+namespace storestate {
+
+/** MYSQL_UNIX_PORT when it counts, that is, when it is set and not empty; null: MYSQL_HOST and MYSQL_TCP_PORT do. */
+const char* databaseSocket();
+
+} // namespace storestate
 
 class DB_Query {
 public:
@@ -69,15 +77,14 @@ public:
     StringBuffer errorText; ///< why the last operation failed; empty after a success
 
 private:
-    bool openConnection();
+    void openConnection();
     bool connectSocket(const char* user, const char* database, const char* socket);
     bool connectTcp(const char* user, const char* database);
     bool send(const char* operation, const char* query);
     bool hasField(unsigned int columnIdx);
     void releaseResult();
-    int fail(const char* message);
-    int failWithSqlError(const char* message);
-    int failWithQuery(const char* operation, const char* what, const char* query);
+    void explainSqlError(const char* what);
+    void explainQuery(const char* operation, const char* what, const char* query);
 
     MYSQL* connection = nullptr; ///< null until init() has made one
     MYSQL_RES* result = nullptr; ///< of the last successful newQuery()

@@ -1,6 +1,36 @@
 #include "db/DB_Query.h"
 #include "support/Testing.h"
 
+#include <dlfcn.h>
+
+/** What the session hands to the client library, which carries it out, and when that has no result to give. */
+namespace client {
+std::string password;
+bool noResult = false;
+
+template <class Function>
+Function* next(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+} // namespace client
+
+extern "C" {
+MYSQL* mysql_real_connect(MYSQL* handle, const char* host, const char* user, const char* password, const char* database,
+                          unsigned int port, const char* socket, unsigned long flags) {
+    client::password = password != nullptr ? "\"" + std::string(password) + "\"" : "null";
+    return client::next<decltype(mysql_real_connect)>(__func__)(handle, host, user, password, database, port, socket,
+                                                                flags);
+}
+MYSQL_RES* mysql_store_result(MYSQL* handle) {
+    MYSQL_RES* result = client::next<decltype(mysql_store_result)>(__func__)(handle);
+    return client::noResult ? mysql_free_result(result), nullptr : result;
+}
+void mysql_free_result(MYSQL_RES* result) {
+    EXPECT_NE(result, nullptr);
+    client::next<decltype(mysql_free_result)>(__func__)(result);
+}
+}
+
 class Database : public ::testing::Test {
 protected:
     /** The result of the session's last operation and what it says about it; "..." is the server's own explanation. */
@@ -38,11 +68,17 @@ TEST_F(Database, InitSaysWhatIsMissing) {
         EXPECT_EQ(report(session.init()), failure.empty() ? "1 " : "0 DB_Query init" + failure);
         EXPECT_EQ(report(session.isReady()), failure.empty() ? "1 " : "0 ");
     }
+    EXPECT_EQ(client::password, "\"\"") << "null would stand for MYSQL_PWD";
 }
 
 TEST_F(Database, RowsAreReadOneByOne) {
+    unsetenv("MYSQL_PWD");
     ASSERT_EQ(report(session.init()), "1 ");
-    EXPECT_EQ(session.isReady(), 1);
+    EXPECT_EQ(client::password, "null");
+    for (bool none : {true, false}) {
+        client::noResult = none;
+        EXPECT_EQ(session.isReady(), 1) << "it has answered";
+    }
     const std::string noRecord = "0 getField() precondition error: there is no record.\n";
     char untouched = 0, *copy = &untouched;
     EXPECT_EQ(report(session.countQuery()), "0 countQuery() precondition error: there is no result and/or query.\n");
