@@ -112,6 +112,7 @@ public:
     void setAutoForwardDevice(const char* devices);
 
     /** Writes the record's lines to `stream`; neither flushes it nor reports anything. */
+    void print(FILE* stream);
     void print(FILE* stream) const;
 
     /**
@@ -151,8 +152,6 @@ private:
     void provideDirectory(OFString& directory) const;
     void refuseUnreadRecord(const OFString& path) const;
     void deleteLegacyList();
-    void readAutoForwardDevices();
-    void addAutoForwardDevice(const OFString& id, const OFString& type);
 
     OFString legacyList;     ///< path of the list that convert() took in and the next save() deletes
     bool loadBegun = false;  ///< load() was called ...

@@ -47,11 +47,11 @@ void QXException::render(std::string& out, const char* prefix) const {
     out = std::string(prefix) + number + " " + message;
 }
 
-void QXException::toString(std::string& out) const {
+void QXException::toString(std::string& out) {
     render(out, "Unknown Exception: ");
 }
 
-char* QXException::toString() const {
+char* QXException::toString() {
     std::string text;
     toString(text);
     char* copy = new char[text.size() + 1];
@@ -59,16 +59,32 @@ char* QXException::toString() const {
     return copy;
 }
 
-void QXException::print(std::ostream& os) const {
+void QXException::print(std::ostream& os) {
     std::string text;
     toString(text);
     os << text << std::endl;
 }
 
-void QXException::print(FILE* stream) const {
+void QXException::print(FILE* stream) {
     std::string text;
     toString(text);
     fprintf(stream, "%s\n", text.c_str());
+}
+
+void QXException::toString(std::string& out) const {
+    const_cast<QXException*>(this)->toString(out);
+}
+
+char* QXException::toString() const {
+    return const_cast<QXException*>(this)->toString();
+}
+
+void QXException::print(std::ostream& os) const {
+    const_cast<QXException*>(this)->print(os);
+}
+
+void QXException::print(FILE* stream) const {
+    const_cast<QXException*>(this)->print(stream);
 }
 
 QXIOException::QXIOException(int number, const std::string& text) : QXException(number, text) {
@@ -76,7 +92,7 @@ QXIOException::QXIOException(int number, const std::string& text) : QXException(
 
 QXIOException::~QXIOException() = default;
 
-void QXIOException::toString(std::string& out) const {
+void QXIOException::toString(std::string& out) {
     render(out, "IO Exception: ");
 }
 
@@ -85,7 +101,7 @@ QXTimeoutException::QXTimeoutException(int number, const std::string& text) : QX
 
 QXTimeoutException::~QXTimeoutException() = default;
 
-void QXTimeoutException::toString(std::string& out) const {
+void QXTimeoutException::toString(std::string& out) {
     render(out, "Timeout Exception: ");
 }
 
@@ -111,6 +127,6 @@ std::string QXAssertionException::sentence() const {
     return "ASSERT (" + condition + ") in " + file + " at line " + number + ".";
 }
 
-void QXAssertionException::toString(std::string& out) const {
+void QXAssertionException::toString(std::string& out) {
     out = hasDetail ? sentence() + "\n" + message : message;
 }

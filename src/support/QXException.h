@@ -39,15 +39,21 @@ public:
     virtual ~QXException();
 
     /** Replaces `out` with the rendering: the class, the error number in brackets, the message. */
-    virtual void toString(std::string& out) const;
+    virtual void toString(std::string& out);
 
     /** The rendering in a new array, which the caller frees with delete[]. */
-    char* toString() const;
+    char* toString();
 
     /** Writes the rendering and a line end, and flushes the stream. */
-    void print(std::ostream& os) const;
+    void print(std::ostream& os);
 
     /** Writes the rendering and a line end. */
+    void print(FILE* stream);
+
+    // The same for whoever holds a reference to const: they call those above, of which a rendering changes nothing.
+    void toString(std::string& out) const;
+    char* toString() const;
+    void print(std::ostream& os) const;
     void print(FILE* stream) const;
 
     std::string message; ///< what happened
@@ -67,7 +73,7 @@ public:
     ~QXIOException() override;
 
     using QXException::toString;
-    void toString(std::string& out) const override;
+    void toString(std::string& out) override;
 };
 
 /** Something did not happen in the time allowed for it. */
@@ -79,7 +85,7 @@ public:
     ~QXTimeoutException() override;
 
     using QXException::toString;
-    void toString(std::string& out) const override;
+    void toString(std::string& out) override;
 };
 
 /** A condition that the program relies on did not hold. */
@@ -97,7 +103,7 @@ public:
     ~QXAssertionException() override;
 
     using QXException::toString;
-    void toString(std::string& out) const override;
+    void toString(std::string& out) override;
 
     std::string condition; ///< text of the asserted condition
     std::string file;      ///< source file of the assertion

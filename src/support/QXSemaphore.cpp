@@ -3,7 +3,9 @@
 #include "support/QXException.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -28,6 +30,21 @@ int32_t randomSleep() {
     return delay;
 }
 
+constexpr char FILE_PREFIX[] = "/semaphore_";
+
+/** Does `work` on the lock file's path, which needs no memory: a lock can be given back when that is short. */
+template <class Work>
+int onLockFile(const QXSemaphore& semaphore, Work work) {
+    char path[PATH_MAX];
+    const int length =
+        snprintf(path, sizeof path, "%s%s%s", semaphore.lockDir.c_str(), FILE_PREFIX, semaphore.name.c_str());
+    if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    return work(path);
+}
+
 [[noreturn]] void failed(const char* what, const std::string& name) {
     const int error = errno;
     throw QXIOException(error, what + name + " [" + strerror(error) + "]");
@@ -36,8 +53,7 @@ int32_t randomSleep() {
 } // namespace
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, const std::string& lockDirectory, bool releaseAtEnd)
-    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd),
-      lockFile(lockDir + "/semaphore_" + name) {
+    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd) {
 }
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, bool releaseAtEnd)
@@ -55,8 +71,13 @@ QXSemaphore::~QXSemaphore() {
     }
 }
 
+std::string QXSemaphore::path() const {
+    return lockDir + FILE_PREFIX + name;
+}
+
 bool QXSemaphore::lockResource() {
-    const int file = open(lockFile.c_str(), O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660);
+    const int file =
+        onLockFile(*this, [](const char* path) { return open(path, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660); });
     if (file >= 0) {
         close(file);
         locked = true;
@@ -85,7 +106,7 @@ void QXSemaphore::unlock() {
     if (!locked && !forceUnlock) {
         return;
     }
-    if (unlink(lockFile.c_str()) != 0 && errno != ENOENT) {
+    if (onLockFile(*this, unlink) != 0 && errno != ENOENT) {
         failed("Releasing semaphore failed: ", name);
     }
     locked = false;

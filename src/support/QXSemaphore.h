@@ -30,7 +30,8 @@ public:
 
     /**
      * One attempt. True: this call created the lock file. False: it exists already.
-     * Throws QXIOException with errno when it cannot be created for another reason.
+     * Throws QXIOException with errno when it cannot be created for another reason; ENAMETOOLONG for a path of
+     * PATH_MAX characters and more.
      */
     bool lockResource();
 
@@ -48,17 +49,14 @@ public:
      */
     void unlock();
 
-    /** The lock file's path. */
-    const std::string& path() const { return lockFile; }
+    /** The lock file's path, made of `lockDir` and `name` as they are now. */
+    std::string path() const;
 
     std::string name;
     std::string lockDir;
     bool autoUnlock;
     bool locked = false;      ///< this object created the lock file and has not removed it yet
     bool forceUnlock = false; ///< the next unlock() removes the file whoever created it
-
-private:
-    std::string lockFile; ///< composed once, so that a lock can be given back when memory is short
 };
 
 #endif

@@ -4,10 +4,12 @@
 #include "support/QXSemaphore.h"
 #include "support/Testing.h"
 
+#include <climits>
 #include <iostream>
 #include <thread>
 
-static void expectRendering(const QXException& exception, const std::string& expected) {
+template <class Exception>
+static void expectRenderingOf(Exception& exception, const std::string& expected) {
     std::string replaced = "old";
     exception.toString(replaced);
     EXPECT_EQ(replaced, expected);
@@ -17,10 +19,20 @@ static void expectRendering(const QXException& exception, const std::string& exp
     exception.print(stdout);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), expected + "\n" + expected + "\n");
 }
+static void expectRendering(QXException&& exception, const std::string& expected) {
+    expectRenderingOf(exception, expected);
+    expectRenderingOf<const QXException>(exception, expected);
+}
+
+/** Of somebody else's program. */
+struct OwnException : QXException {
+    void toString(std::string& out) override { out = "its own words"; }
+};
 
 TEST(QXException, RendersClassNumberAndMessage) {
     const std::string text(2000, 'x'), sentence = "ASSERT (a == b) in x.cpp at line -2000000000.";
     expectRendering(QXException(), "Unknown Exception: [1] Unknown exception");
+    expectRendering(OwnException(), "its own words");
     expectRendering(QXException(-7), "Unknown Exception: [-7] Unknown exception");
     expectRendering(QXException("%d%%", 5), "Unknown Exception: [1] 5%");
     expectRendering(QXException(2, "%s", text.c_str()), "Unknown Exception: [2] " + text.substr(0, 1023));
@@ -34,6 +46,7 @@ TEST(QXException, RendersClassNumberAndMessage) {
 class Semaphore : public ::testing::Test {
 protected:
     bool held() const { return std::filesystem::exists(file); }
+    static_assert(sizeof(QXSemaphore) == 2 * sizeof(std::string) + sizeof(void*), "the five fields, and no other");
 
     Workplace place;
     const std::string file = place.locks() + "/semaphore_s";
@@ -81,6 +94,19 @@ TEST_F(Semaphore, TakesItsDirectoryAsToldAndReportsWhatTheSystemRefuses) {
     QXSemaphore nowhere("s", place.root + "/missing", true);
     EXPECT_EQ(thrown([&] { nowhere.lock(20); }),
               "IO Exception: [2] Creating semaphore failed: s [No such file or directory]");
+    QXSemaphore moved("elsewhere", "/nowhere", true);
+    moved.lockDir = place.locks();
+    moved.name = "s";
+    EXPECT_TRUE(moved.lockResource() && held());
+    moved.unlock();
+    EXPECT_FALSE(held());
+    const size_t room = PATH_MAX - 1 - strlen("/semaphore_s") - place.locks().size();
+    QXSemaphore longest("s", place.locks() + std::string(room, '/'), true);
+    EXPECT_TRUE(longest.lockResource());
+    longest.unlock();
+    longest.lockDir += "/";
+    EXPECT_EQ(thrown([&] { longest.lockResource(); }),
+              "IO Exception: [36] Creating semaphore failed: s [File name too long]");
     std::filesystem::create_directory(file);
     QXSemaphore directory("s", true); // its destructor fails as unlock() does, and swallows that
     directory.forceUnlock = true;
@@ -111,6 +137,8 @@ TEST(QXLogger, OpensTheFacilityThatTheModeAndTheEnvironmentSay) {
     unsetenv("LOG_FACILITY");
     setenv("LOG_OPER_FACILITY", "local2", 1);
     QXLogger logger(nullptr);
+    LOG_FACILITY& current = logger.currentFacility;
+    EXPECT_EQ(current, FACILITY_NONE);
     logger.errorLog("%d", 1);
     logger.infoLog("2");
     logWith(logger, MODE_OPER_INFO, "%d", 3);
