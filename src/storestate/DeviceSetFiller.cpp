@@ -43,4 +43,13 @@ void DeviceSetFiller::addList(const OFString& list) {
     }
 }
 
+DeviceSetFiller& DeviceSetFillers::of(OFUnorderedSet<OFString>& devices) {
+    for (DeviceSetFiller& filler : fillers) {
+        if (filler.fills(devices)) {
+            return filler;
+        }
+    }
+    return fillers.emplace_front(devices);
+}
+
 } // namespace storestate

@@ -10,6 +10,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <dcmtk/ofstd/ofuoset.h>
+#include <forward_list>
 #include <memory_resource>
 #include <string_view>
 #include <unordered_set>
@@ -26,12 +27,23 @@ public:
     /** Adds the non-empty pieces of `list` between single spaces. */
     void addList(const OFString& list);
 
+    bool fills(const OFUnorderedSet<OFString>& devices) const { return &set == &devices; }
+
 private:
     bool contains(const OFString& name);
 
     OFUnorderedSet<OFString>& set;
     std::pmr::monotonic_buffer_resource memory;      ///< of the index: taken in big pieces, given back at once
     std::pmr::unordered_set<std::string_view> index; ///< views of the set's own names, of the first so many of them
+};
+
+/** The fillers of several sets, each made when it is first asked for. */
+class DeviceSetFillers {
+public:
+    DeviceSetFiller& of(OFUnorderedSet<OFString>& devices);
+
+private:
+    std::forward_list<DeviceSetFiller> fillers;
 };
 
 } // namespace storestate

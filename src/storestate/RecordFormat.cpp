@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace storestate {
 namespace {
@@ -16,12 +17,130 @@ constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns take
 using Value = char[VALUE_LIMIT + 1];
 
 using Devices = OFUnorderedSet<OFString>;
-using Field = std::variant<int32_t StoreState::*, OFString StoreState::*, bool StoreState::*, Devices StoreState::*>;
+
+void append(std::string& out, const OFString& text) {
+    out.append(text.c_str(), text.length());
+}
+
+void openLine(std::string& out, std::string_view key) {
+    out.append(key).append("=\"");
+}
+
+void closeLine(std::string& out) {
+    out.append("\"\n");
+}
+
+void appendLine(std::string& out, std::string_view key, const OFString& value) {
+    openLine(out, key);
+    append(out, value);
+    closeLine(out);
+}
+
+/** The number at the start of `text`, or the nearest that 32 bits hold. */
+int32_t leadingNumber(const char* text) {
+    using Limits = std::numeric_limits<int32_t>;
+    return static_cast<int32_t>(std::clamp<long long>(strtoll(text, nullptr, 10), Limits::min(), Limits::max()));
+}
+
+// The kinds of property. Each writes its lines, takes a value that was read, tells which value did not come back (null:
+// none), and shows its value to others.
+
+struct Number {
+    int32_t StoreState::*member;
+
+    void write(std::string& out, std::string_view key, const StoreState& state) const {
+        appendLine(out, key, std::to_string(state.*member).c_str());
+    }
+    void take(StoreState& state, const Value& value, DeviceSetFillers&) const { state.*member = leadingNumber(value); }
+    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
+    RecordProperty::Value shown(const StoreState& state) const { return state.*member; }
+};
+
+struct Text {
+    OFString StoreState::*member;
+
+    void write(std::string& out, std::string_view key, const StoreState& state) const {
+        if (!(state.*member).empty()) {
+            appendLine(out, key, state.*member);
+        }
+    }
+    void take(StoreState& state, const Value& value, DeviceSetFillers&) const { state.*member = value; }
+    const OFString* lost(const StoreState& written, const StoreState& reread) const {
+        return written.*member != reread.*member ? &(written.*member) : nullptr;
+    }
+    RecordProperty::Value shown(const StoreState& state) const { return &(state.*member); }
+};
+
+struct Marking {
+    bool StoreState::*member;
+
+    void write(std::string& out, std::string_view key, const StoreState& state) const {
+        if (state.*member) {
+            appendLine(out, key, "yes");
+        }
+    }
+    void take(StoreState& state, const Value& value, DeviceSetFillers&) const {
+        state.*member = strcmp(value, "yes") == 0;
+    }
+    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
+    RecordProperty::Value shown(const StoreState& state) const { return state.*member; }
+};
+
+struct DeviceList {
+    Devices StoreState::*member;
+
+    void write(std::string& out, std::string_view key, const StoreState& state) const;
+    void take(StoreState& state, const Value& value, DeviceSetFillers& fillers) const {
+        fillers.of(state.*member).addList(value);
+    }
+    const OFString* lost(const StoreState& written, const StoreState& reread) const;
+    RecordProperty::Value shown(const StoreState& state) const { return &(state.*member); }
+};
+
+/** On several lines when one would be longer than the reader takes. */
+void DeviceList::write(std::string& out, std::string_view key, const StoreState& state) const {
+    const Devices& devices = state.*member;
+    size_t used = 0;
+    for (unsigned int i = 0; i < devices.NumberOfElements(); ++i) {
+        const OFString& name = devices[i];
+        const bool fits = i > 0 && used + strlen(" ") + name.length() <= VALUE_LIMIT;
+        if (fits) {
+            out += ' ';
+            used += strlen(" ") + name.length();
+        } else {
+            if (i > 0) {
+                closeLine(out);
+            }
+            openLine(out, key);
+            used = name.length();
+        }
+        append(out, name);
+    }
+    if (!devices.IsEmpty()) {
+        closeLine(out);
+    }
+}
+
+/** The first name that did not come back in its place. */
+const OFString* DeviceList::lost(const StoreState& written, const StoreState& reread) const {
+    const Devices& before = written.*member;
+    const Devices& after = reread.*member;
+    for (unsigned int i = 0; i < before.NumberOfElements(); ++i) {
+        if (i >= after.NumberOfElements() || before[i] != after[i]) {
+            return &before[i];
+        }
+    }
+    return nullptr;
+}
+
+using Field = std::variant<Number, Text, Marking, DeviceList>;
 
 /** One kind of line. A pattern that ends with a quote takes a value up to its closing quote, others up to a blank. */
 struct Property {
     constexpr Property(const char* scanPattern, Field member)
         : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), field(member) {}
+
+    std::string_view key() const { return {pattern, keyLength}; }
 
     const char* pattern; ///< begins with the key, an equals sign and the opening quote
     size_t keyLength;
@@ -30,30 +149,22 @@ struct Property {
 
 /** In the order in which the lines are written. */
 constexpr Property PROPERTIES[] = {
-    {R"(Version="%15s)", &StoreState::version},
-    {R"(OwnerDevice="%255s)", &StoreState::ownerDevice},
-    {R"(ProcessMode="%255s)", &StoreState::processMode},
-    {R"(StageState="%255s)", &StoreState::stageState},
-    {R"(Folder="%255[]a-zA-Z0-9 _.,@$%#&*()[{}|/\^;:-]")", &StoreState::folder},
-    {R"(SourceDevice="%255s)", &StoreState::sourceDevice},
-    {R"(ArchiveDevice="%255s)", &StoreState::archiveDevice},
-    {R"(Derived="%255[^"]")", &StoreState::derived},
-    {R"(SourceStudy="%255[^"]")", &StoreState::sourceStudy},
-    {R"(StudyOwner="%63s)", &StoreState::studyOwner},
-    {R"(Retrieved="%63s)", &StoreState::retrieved},
-    {R"(DontEdit="%63s)", &StoreState::dontEdit},
-    {R"(DontDelete="%63s)", &StoreState::dontDelete},
-    {R"(StagedDevices="%255[^"]")", &StoreState::stagedDevices},
-    {R"(ForwardDevices="%255[^"]")", &StoreState::forwardDevices},
+    {R"(Version="%15s)", Number{&StoreState::version}},
+    {R"(OwnerDevice="%255s)", Text{&StoreState::ownerDevice}},
+    {R"(ProcessMode="%255s)", Text{&StoreState::processMode}},
+    {R"(StageState="%255s)", Text{&StoreState::stageState}},
+    {R"(Folder="%255[]a-zA-Z0-9 _.,@$%#&*()[{}|/\^;:-]")", Text{&StoreState::folder}},
+    {R"(SourceDevice="%255s)", Text{&StoreState::sourceDevice}},
+    {R"(ArchiveDevice="%255s)", Text{&StoreState::archiveDevice}},
+    {R"(Derived="%255[^"]")", Text{&StoreState::derived}},
+    {R"(SourceStudy="%255[^"]")", Text{&StoreState::sourceStudy}},
+    {R"(StudyOwner="%63s)", Marking{&StoreState::studyOwner}},
+    {R"(Retrieved="%63s)", Marking{&StoreState::retrieved}},
+    {R"(DontEdit="%63s)", Marking{&StoreState::dontEdit}},
+    {R"(DontDelete="%63s)", Marking{&StoreState::dontDelete}},
+    {R"(StagedDevices="%255[^"]")", DeviceList{&StoreState::stagedDevices}},
+    {R"(ForwardDevices="%255[^"]")", DeviceList{&StoreState::forwardDevices}},
 };
-
-/** Makes one visitor of several functions. */
-template <class... Functions>
-struct Overloaded : Functions... {
-    using Functions::operator()...;
-};
-template <class... Functions>
-Overloaded(Functions...) -> Overloaded<Functions...>;
 
 const Property* findProperty(const char* line) {
     const auto* found = std::find_if(std::begin(PROPERTIES), std::end(PROPERTIES), [line](const Property& property) {
@@ -75,90 +186,6 @@ bool trimUnclosedValue(const char* line, const Property& property, Value& value)
     return length > 0;
 }
 
-/** The number at the start of `text`, or the nearest that 32 bits hold. */
-int32_t leadingNumber(const char* text) {
-    using Limits = std::numeric_limits<int32_t>;
-    return static_cast<int32_t>(std::clamp<long long>(strtoll(text, nullptr, 10), Limits::min(), Limits::max()));
-}
-
-void append(std::string& out, const OFString& text) {
-    out.append(text.c_str(), text.length());
-}
-
-void openLine(std::string& out, const Property& property) {
-    out.append(property.pattern, property.keyLength).append("=\"");
-}
-
-void closeLine(std::string& out) {
-    out.append("\"\n");
-}
-
-void appendDevices(std::string& out, const Property& property, const Devices& devices) {
-    size_t used = 0;
-    for (unsigned int i = 0; i < devices.NumberOfElements(); ++i) {
-        const OFString& name = devices[i];
-        const bool fits = i > 0 && used + strlen(" ") + name.length() <= VALUE_LIMIT;
-        if (fits) {
-            out += ' ';
-            used += strlen(" ") + name.length();
-        } else {
-            if (i > 0) {
-                closeLine(out);
-            }
-            openLine(out, property);
-            used = name.length();
-        }
-        append(out, name);
-    }
-    if (!devices.IsEmpty()) {
-        closeLine(out);
-    }
-}
-
-void appendValue(std::string& out, const Property& property, const OFString& value) {
-    openLine(out, property);
-    append(out, value);
-    closeLine(out);
-}
-
-void appendProperty(std::string& out, const Property& property, const StoreState& state) {
-    std::visit(Overloaded{[&](int32_t StoreState::*number) {
-                              appendValue(out, property, std::to_string(state.*number).c_str());
-                          },
-                          [&](OFString StoreState::*text) {
-                              if (!(state.*text).empty()) {
-                                  appendValue(out, property, state.*text);
-                              }
-                          },
-                          [&](bool StoreState::*marking) {
-                              if (state.*marking) {
-                                  appendValue(out, property, "yes");
-                              }
-                          },
-                          [&](Devices StoreState::*devices) { appendDevices(out, property, state.*devices); }},
-               property.field);
-}
-
-/** The first name of `written` that did not come back in its place. */
-const OFString* findLost(const Devices& written, const Devices& reread) {
-    for (unsigned int i = 0; i < written.NumberOfElements(); ++i) {
-        if (i >= reread.NumberOfElements() || written[i] != reread[i]) {
-            return &written[i];
-        }
-    }
-    return nullptr;
-}
-
-/** The value of a property that did not come back; null when all is well. Numbers and markings always come back. */
-const OFString* findLost(const Property& property, const StoreState& written, const StoreState& reread) {
-    return std::visit(
-        Overloaded{
-            [&](OFString StoreState::*text) { return written.*text != reread.*text ? &(written.*text) : nullptr; },
-            [&](Devices StoreState::*devices) { return findLost(written.*devices, reread.*devices); },
-            [](auto /*always readable*/) -> const OFString* { return nullptr; }},
-        property.field);
-}
-
 } // namespace
 
 const char* skipWhiteSpace(const char* text) {
@@ -168,8 +195,7 @@ const char* skipWhiteSpace(const char* text) {
     return text;
 }
 
-RecordReader::RecordReader(StoreState& target, FILE* diagnosticStream)
-    : state(target), staged(target.stagedDevices), forward(target.forwardDevices), diagnostics(diagnosticStream) {
+RecordReader::RecordReader(StoreState& target, FILE* diagnosticStream) : state(target), diagnostics(diagnosticStream) {
 }
 
 void RecordReader::readLine(std::string_view line) {
@@ -193,25 +219,14 @@ void RecordReader::readLine(std::string_view line) {
         !trimUnclosedValue(text, *property, value)) {
         return;
     }
-    std::visit(Overloaded{[&](int32_t StoreState::*number) { state.*number = leadingNumber(value); },
-                          [&](OFString StoreState::*target) { state.*target = value; },
-                          [&](bool StoreState::*marking) { state.*marking = strcmp(value, "yes") == 0; },
-                          [&](Devices StoreState::*devices) {
-                              (devices == &StoreState::stagedDevices ? staged : forward).addList(value);
-                          }},
-               property->field);
+    std::visit([&](const auto& field) { field.take(state, value, fillers); }, property->field);
 }
 
 std::vector<RecordProperty> recordProperties(const StoreState& state) {
     std::vector<RecordProperty> properties;
     for (const Property& property : PROPERTIES) {
-        RecordProperty found = {std::string_view(property.pattern, property.keyLength), {}};
-        std::visit(Overloaded{[&](int32_t StoreState::*number) { found.value = state.*number; },
-                              [&](OFString StoreState::*text) { found.value = &(state.*text); },
-                              [&](bool StoreState::*marking) { found.value = state.*marking; },
-                              [&](Devices StoreState::*devices) { found.value = &(state.*devices); }},
-                   property.field);
-        properties.push_back(found);
+        properties.push_back(
+            {property.key(), std::visit([&](const auto& field) { return field.shown(state); }, property.field)});
     }
     return properties;
 }
@@ -219,7 +234,7 @@ std::vector<RecordProperty> recordProperties(const StoreState& state) {
 std::string formatRecord(const StoreState& state) {
     std::string text;
     for (const Property& property : PROPERTIES) {
-        appendProperty(text, property, state);
+        std::visit([&](const auto& field) { field.write(text, property.key(), state); }, property.field);
     }
     return text;
 }
@@ -231,7 +246,7 @@ void requireReadable(const StoreState& state, const std::string& text) {
         reader.readLine(takePiece(rest));
     }
     for (const Property& property : PROPERTIES) {
-        const OFString* lost = findLost(property, state, reread);
+        const OFString* lost = std::visit([&](const auto& field) { return field.lost(state, reread); }, property.field);
         if (lost != nullptr) {
             throw QXException("Record of study %s cannot carry %.*s=\"%s\".", state.studyId.c_str(),
                               static_cast<int>(property.keyLength), property.pattern, lost->c_str());
@@ -240,6 +255,10 @@ void requireReadable(const StoreState& state, const std::string& text) {
 }
 
 } // namespace storestate
+
+void StoreState::print(FILE* stream) {
+    std::as_const(*this).print(stream);
+}
 
 void StoreState::print(FILE* stream) const {
     const std::string text = storestate::formatRecord(*this);

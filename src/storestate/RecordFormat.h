@@ -31,15 +31,16 @@ public:
 
 private:
     StoreState& state;
-    DeviceSetFiller staged;
-    DeviceSetFiller forward;
+    DeviceSetFillers fillers;
     FILE* diagnostics;
 };
 
 /** One property of a record: its key and, by the kind of property, its value, which belongs to the record. */
 struct RecordProperty {
+    using Value = std::variant<int32_t, const OFString*, bool, const OFUnorderedSet<OFString>*>;
+
     std::string_view key;
-    std::variant<int32_t, const OFString*, bool, const OFUnorderedSet<OFString>*> value;
+    Value value;
 };
 
 /** All stored properties, in the order in which they are written, empty ones included. */
