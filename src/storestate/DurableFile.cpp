@@ -82,14 +82,25 @@ void TemporaryFile::moveTo(const OFString& target) {
     exists = false;
 }
 
-void syncDirectory(const OFString& path) {
+DirectorySync::DirectorySync(const OFString& directoryPath) : path(directoryPath) {
     errno = 0;
-    const int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) {
         throwFileError(WRITING_FAILED, path);
     }
+}
+
+DirectorySync::~DirectorySync() {
+    if (directory >= 0) {
+        close(directory);
+    }
+}
+
+void DirectorySync::sync() {
+    errno = 0;
     const int error = fsync(directory) == 0 || errno == EINVAL ? 0 : errno;
     close(directory);
+    directory = -1;
     if (error != 0) {
         throwFileError(WRITING_FAILED, path, error);
     }

@@ -40,11 +40,22 @@ private:
     bool exists = false; ///< under its temporary name
 };
 
-/**
- * Makes the names in a directory durable. A file system that cannot sync directories is no failure.
- * QXIOException with errno: "Writing file failed: ...".
- */
-void syncDirectory(const OFString& path);
+/** Makes the names in a directory durable, in two steps: what can fail without harm comes before the change. */
+class DirectorySync {
+public:
+    /** Opens the directory, which must be readable. QXIOException with errno: "Writing file failed: ...". */
+    explicit DirectorySync(const OFString& directoryPath);
+    DirectorySync(const DirectorySync&) = delete;
+    DirectorySync& operator=(const DirectorySync&) = delete;
+    ~DirectorySync();
+
+    /** Syncs and closes it; a file system that cannot sync it is no failure. QXIOException as above. */
+    void sync();
+
+private:
+    OFString path;
+    int directory;
+};
 
 } // namespace storestate
 

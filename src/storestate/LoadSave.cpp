@@ -78,7 +78,7 @@ bool StoreState::save() {
     makeInfoDirectory(infoDirectory);
     refuseUnreadRecord(record);
     if (!recordRead) {
-        syncDirectory(directory); // a record that is there implies that the way to it is durable
+        DirectorySync(directory).sync(); // a record that is there implies that the way to it is durable
     }
 
     TemporaryFile temporary(record + "." + std::to_string(getpid()).c_str());
@@ -86,22 +86,28 @@ bool StoreState::save() {
         return false;
     }
     temporary.write(text);
+    DirectorySync names(infoDirectory); // whether it can be synced has to be known before the rename
     temporary.moveTo(record);
     recordRead = true; // what is there now is this object's own
-    syncDirectory(infoDirectory);
+    names.sync();
     deleteLegacyList();
     release();
     return true;
 }
 
-/** A load() that did not get to the record, perhaps for a moment only, must not cost the record. */
+/**
+ * A load() that did not get to the record, perhaps for a moment only, must not cost the record. A directory in its
+ * place is none: the rename will say so.
+ */
 void StoreState::refuseUnreadRecord(const OFString& path) const {
     if (!loadBegun || recordRead) {
         return;
     }
     struct stat status;
     errno = 0;
-    if (lstat(path.c_str(), &status) == 0 || errno != ENOENT) { // also a link to what is away for the moment
+    const bool there = lstat(path.c_str(), &status) == 0 ? !S_ISDIR(status.st_mode) // also a link, wherever it leads
+                                                         : errno != ENOENT && errno != ENOTDIR;
+    if (there) {
         throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
     }
 }

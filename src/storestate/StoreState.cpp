@@ -67,8 +67,12 @@ bool StoreState::exists() {
 bool StoreState::remove() {
     requireRepository();
     OFString directory;
+    if (!locate(directory)) {
+        return false;
+    }
+    const OFString path = storestate::recordPath(directory);
     errno = 0;
-    return locate(directory) && unlink(storestate::recordPath(directory).c_str()) == 0;
+    return unlink(path.c_str()) == 0;
 }
 
 void StoreState::release() {

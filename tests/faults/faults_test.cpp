@@ -148,6 +148,7 @@ protected:
         const bool renamed = lastCall("rename", "temporary").error == 0;
         EXPECT_EQ(Workplace::read(record), renamed ? scenario.after : scenario.record);
         EXPECT_TRUE(renamed || Workplace::read(list) == scenario.list); // no device is in neither
+        EXPECT_FALSE(renamed && lastCall("open", "info").injected) << "known before the rename";
         if (fault.error != 0) {
             EXPECT_TRUE(isExplained(outcome) && openFiles.empty()) << outcome;
             EXPECT_EQ(fs::exists(lock), lastCall("unlink", "lock").injected);
