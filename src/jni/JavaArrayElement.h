@@ -4,17 +4,13 @@
 #include <jni.h>
 
 /**
- * The local reference to one element of a Java array of strings, given back by the destructor. May be null, and
- * leaves no Java exception pending.
+ * The local reference to one element of a Java array of strings, given back by the destructor. May be null, as
+ * the element itself may be.
  */
 class JavaArrayElement {
 public:
     JavaArrayElement(JNIEnv* environment, jobjectArray array, jsize index)
-        : env(environment), reference(environment->GetObjectArrayElement(array, index)) {
-        if (reference == nullptr) {
-            env->ExceptionClear();
-        }
-    }
+        : env(environment), reference(environment->GetObjectArrayElement(array, index)) {}
     JavaArrayElement(const JavaArrayElement&) = delete;
     JavaArrayElement& operator=(const JavaArrayElement&) = delete;
     ~JavaArrayElement() {

@@ -32,7 +32,9 @@ const JNINativeInterface_* table() {
     functions.GetObjectArrayElement = [](JNIEnv*, jobjectArray array, jsize index) {
         EXPECT_LE(references, 1) << "those of a pair are given back with it";
         auto* text = const_cast<char*>(reinterpret_cast<Array*>(array)->at(size_t(index)));
-        return unlessFailing(reinterpret_cast<jobject>(text), references);
+        auto* element = unlessFailing(reinterpret_cast<jobject>(text), references);
+        pending = false; // a null element is no exception
+        return element;
     };
     functions.DeleteLocalRef = [](JNIEnv*, jobject) { --references; };
     functions.ExceptionClear = [](JNIEnv*) { pending = false; };
