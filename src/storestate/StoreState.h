@@ -45,6 +45,8 @@ public:
     /** Gives back the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
     ~StoreState();
 
+    // Finding the study, exists(), remove(), release(): StoreState.cpp. load() and save(): LoadSave.cpp.
+
     // exists(), remove(), load() and save() throw QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that
     // was unset or empty at construction, before they touch anything.
 
@@ -91,6 +93,8 @@ public:
     /** Gives the study's lock back without saving. Throws as QXSemaphore::unlock(). */
     void release();
 
+    // Conversion.cpp
+
     /**
      * Brings a record without version up to version 1: default archive device, auto-forward devices, and the names of
      * the study's legacy forward list. In memory only; the list is deleted by the save() that wrote its names.
@@ -101,6 +105,8 @@ public:
      */
     void convert();
 
+    // AutoForward.cpp
+
     /**
      * Merges the auto-forward devices into the record; asks the database for them unless some are known already.
      * `converting`: a record that ends up without an owner device is owned locally.
@@ -110,6 +116,8 @@ public:
 
     /** Adds devices of the form "<id>.<type>;<id>.<type>" to the known ones and merges, as addAutoForwardDevices(). */
     void setAutoForwardDevice(const char* devices);
+
+    // RecordFormat.cpp
 
     /** Writes the record's lines to `stream`; neither flushes it nor reports anything. */
     void print(FILE* stream);
