@@ -4,21 +4,23 @@
 #include "storestate/TextFile.h"
 
 #include <benchmark/benchmark.h>
+#include <stdexcept>
 
 using namespace storestate;
 
 namespace {
 
-/** A record with all lines and so many forward devices. */
+/** The record of bench/full.rec, below the working directory, with so many forward devices. */
 void fill(StoreState& state, int64_t devices) {
-    state.version = 1;
-    for (OFString StoreState::*text :
-         {&StoreState::ownerDevice, &StoreState::processMode, &StoreState::stageState, &StoreState::folder,
-          &StoreState::sourceDevice, &StoreState::archiveDevice, &StoreState::derived, &StoreState::sourceStudy}) {
-        state.*text = "some.value";
+    TextFile file;
+    if (!file.open("bench/full.rec")) {
+        throw std::runtime_error("there is no bench/full.rec here");
     }
-    state.studyOwner = state.retrieved = state.dontEdit = state.dontDelete = true;
-    state.stagedDevices.Insert("WS1");
+    RecordReader reader(state, nullptr);
+    for (std::string_view line; file.next(line);) {
+        reader.readLine(line);
+    }
+    state.forwardDevices.Clear();
     for (int64_t i = 0; i < devices; ++i) {
         state.forwardDevices.Insert(("DEVICE" + std::to_string(i)).c_str());
     }

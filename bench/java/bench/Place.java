@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.nio.file.FileVisitResult;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.Paths;
 import java.nio.file.SimpleFileVisitor;
 import java.nio.file.attribute.BasicFileAttributes;
 import java.util.Collections;
@@ -45,13 +46,9 @@ final class Place implements AutoCloseable {
         Files.writeString(info.resolve("storestate.rec"), record);
     }
 
-    /** A record with all of its fifteen lines. */
-    static String fullRecord() {
-        return String.join("\n", "Version=\"1\"", "OwnerDevice=\"PACS1\"", "ProcessMode=\"routine\"",
-            "StageState=\"online\"", "Folder=\"Main Folder (2)\"", "SourceDevice=\"CT1\"",
-            "ArchiveDevice=\"@Archive-@TOP\"", "Derived=\"reformatted, 3 mm\"", "SourceStudy=\"2.25.1318745930000001\"",
-            "StudyOwner=\"yes\"", "Retrieved=\"yes\"", "DontEdit=\"yes\"", "DontDelete=\"yes\"",
-            "StagedDevices=\"WS1 WS2 WS3\"", "ForwardDevices=\"PACS2 WS4 WS5\"", "");
+    /** A record with all lines; the checkout is the working directory. */
+    static String fullRecord() throws IOException {
+        return Files.readString(Paths.get("bench/full.rec"));
     }
 
     /** A record with one long list of devices, in lines that the reader takes. */
