@@ -17,7 +17,7 @@ constexpr int PRIORITY[MODE_DEBUG + 1] = {LOG_INFO, LOG_ERR, LOG_INFO, LOG_ERR, 
 
 } // namespace
 
-QXLogger::QXLogger(const char* name) : currentFacility(FACILITY_NONE) {
+QXLogger::QXLogger(const char* name) {
     if (name != nullptr) {
         const size_t size = strlen(name) + 1;
         ident = static_cast<char*>(memcpy(new char[size], name, size));

@@ -58,8 +58,8 @@ public:
     void errorLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void infoLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    LOG_FACILITY currentFacility; ///< what the log is open for; read and written atomically
-    char* ident = nullptr;        ///< own copy, which openlog() goes on using; may be null
+    LOG_FACILITY currentFacility = FACILITY_NONE; ///< what the log is open for; read and written atomically
+    char* ident = nullptr;                        ///< own copy, which openlog() goes on using; may be null
 };
 
 #endif
