@@ -1,11 +1,19 @@
+import java.net.URL;
+import java.net.URLClassLoader;
 import java.nio.file.Files;
 import java.nio.file.Paths;
 import quillon.util.StoreState;
 
-/** Uses the class, perhaps after loading the library itself, and prints the answer and the libraries in memory. */
+/**
+ * Uses the class, perhaps after loading the library itself or using the class of a jar of its own, and prints the answer
+ * and the libraries in memory.
+ */
 public final class Loading {
     public static void main(String[] args) throws Exception {
-        if (args.length > 0) {
+        if (args.length > 0 && args[0].endsWith(".jar")) {
+            URL[] jar = {Paths.get(args[0]).toUri().toURL()};
+            Class.forName("quillon.util.StoreState", true, new URLClassLoader(jar, null));
+        } else if (args.length > 0) {
             System.load(args[0]);
         }
         System.out.println(StoreState.unlock("nobody's"));

@@ -4,17 +4,16 @@ import java.io.DataInputStream;
 import java.io.File;
 import java.io.FileInputStream;
 import java.io.IOException;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.LinkedHashSet;
-import java.util.List;
 import java.util.Set;
 
 /**
  * Finds and loads the native library, and says why when it cannot.
  *
  * <p>The file that the system property {@code quillon.util.StoreState.lib} names, and then nothing else. Without the
- * property: what the program has loaded itself; otherwise {@code System.loadLibrary}; otherwise the directories where
+ * property: what the program has loaded itself; otherwise {@code System.loadLibrary}; otherwise every file of that name
+ * on the library path, of which {@code System.loadLibrary} looks at the first only; otherwise the directories where
  * Debian's packages put such libraries.
  */
 final class NativeLibrary {
@@ -31,13 +30,19 @@ final class NativeLibrary {
     static void load() {
         String file = System.getProperty(PROPERTY);
         NativeLibrary library = new NativeLibrary();
-        if (!(file != null ? library.loadFile(file) : library.find())) {
-            throw library.failure();
+        try {
+            if (file != null ? library.loadFile(file) : library.find()) {
+                return;
+            }
+        } catch (RuntimeException denied) { // an IllegalCallerException, which Java 8 does not have
+            library.note("not permitted (newer virtual machines want to be started with "
+                    + "--enable-native-access=ALL-UNNAMED, or with =quillon.util if the jar is on the module path)", denied);
         }
+        throw library.failure();
     }
 
     private boolean find() {
-        return isLoaded() || loadByName() || loadFromDebianDirectory();
+        return isLoaded() || loadByName() || loadFirst(candidates());
     }
 
     /** Whether the program has loaded it already: a call without a study does nothing but that it is linked. */
@@ -56,16 +61,11 @@ final class NativeLibrary {
             return true;
         } catch (UnsatisfiedLinkError refused) {
             note("System.loadLibrary(\"" + NAME + "\")", refused);
-            for (File candidate : onLibraryPath()) {
-                attempts.append("\n    ").append(candidate).append(architecture(candidate));
-            }
             return false;
         }
     }
 
-    private boolean loadFromDebianDirectory() {
-        Set<File> candidates = debianFiles();
-        candidates.removeAll(onLibraryPath()); // which did not do already
+    private boolean loadFirst(Set<File> candidates) {
         for (File candidate : candidates) {
             if (loadFile(candidate.getPath())) {
                 return true;
@@ -90,6 +90,10 @@ final class NativeLibrary {
     }
 
     private UnsatisfiedLinkError failure() {
+        if (attempts.indexOf("another classloader") >= 0) {
+            attempts.append("\n  A native library serves one class loader: put the jar once where all of the program's "
+                + "parts find it, such as the server's own class path, and not into each of them.");
+        }
         UnsatisfiedLinkError error = new UnsatisfiedLinkError("The native library " + NAME
             + " cannot be loaded into this virtual machine (" + System.getProperty("os.arch") + ", "
             + System.getProperty("sun.arch.data.model") + " bits)." + attempts);
@@ -97,21 +101,13 @@ final class NativeLibrary {
         return error;
     }
 
-    private static List<File> onLibraryPath() {
-        List<File> found = new ArrayList<>();
-        for (String directory : System.getProperty("java.library.path", "").split(File.pathSeparator)) {
-            File candidate = new File(directory.isEmpty() ? "." : directory, FILE_NAME);
-            if (candidate.exists()) {
-                found.add(candidate);
-            }
-        }
-        return found;
-    }
-
-    /** The file for this architecture, there or not, and those that are there: perhaps one of another architecture. */
-    private static Set<File> debianFiles() {
-        File root = new File("/usr/lib");
+    /** The files on the library path; Debian's for this architecture, there or not; Debian's for any other. */
+    private static Set<File> candidates() {
         Set<File> files = new LinkedHashSet<>();
+        for (String directory : System.getProperty("java.library.path", "").split(File.pathSeparator)) {
+            addIfThere(files, new File(directory.isEmpty() ? "." : directory));
+        }
+        File root = new File("/usr/lib");
         String own = multiarch(System.getProperty("os.arch", ""));
         if (own != null) {
             files.add(new File(root, own + "/jni/" + FILE_NAME));
@@ -121,12 +117,16 @@ final class NativeLibrary {
         String[] others = names != null ? names : new String[0];
         Arrays.sort(others);
         for (String other : others) {
-            File candidate = new File(root, other + "/jni/" + FILE_NAME);
-            if (candidate.exists()) {
-                files.add(candidate);
-            }
+            addIfThere(files, new File(root, other + "/jni"));
         }
         return files;
+    }
+
+    private static void addIfThere(Set<File> files, File directory) {
+        File candidate = new File(directory, FILE_NAME).getAbsoluteFile();
+        if (candidate.exists()) {
+            files.add(candidate);
+        }
     }
 
     private static String multiarch(String architecture) {
