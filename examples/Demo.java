@@ -1,5 +1,9 @@
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
+import java.lang.management.ManagementFactory;
+import java.util.ArrayList;
+import java.util.Collections;
+import java.util.List;
 import java.util.Map;
 import quillon.util.StoreState;
 
@@ -43,10 +47,10 @@ public final class Demo {
         System.out.println(RecordView.paint("1", String.format("%n           %-33s%s", "this process", "another one")));
         begin = System.nanoTime();
         event("lock -> " + check(StoreState.lock(study), "lock failed"), "");
-        Process other = new ProcessBuilder(System.getProperty("java.home") + "/bin/java", "-XX:-UsePerfData",
-            "-Djava.library.path=" + System.getProperty("java.library.path"),
-            "-cp", System.getProperty("java.class.path"), "Demo", study)
-            .redirectError(ProcessBuilder.Redirect.INHERIT).start();
+        List<String> command = new ArrayList<>(ManagementFactory.getRuntimeMXBean().getInputArguments());
+        command.add(0, System.getProperty("java.home") + "/bin/java");
+        Collections.addAll(command, "-cp", System.getProperty("java.class.path"), "Demo", study);
+        Process other = new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT).start();
         try (BufferedReader told = new BufferedReader(new InputStreamReader(other.getInputStream()))) {
             event("", told.readLine());
             Thread.sleep(1000);
