@@ -16,12 +16,15 @@ namespace {
 constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
 constexpr mode_t INFO_DIRECTORY_MODE = 0775;
 
-void makeInfoDirectory(const OFString& path) {
+/** True: this call has made it; false: it is there already. */
+bool makeInfoDirectory(const OFString& path) {
     errno = 0;
-    if (mkdir(path.c_str(), INFO_DIRECTORY_MODE) != 0 && errno != EEXIST) {
+    const bool made = mkdir(path.c_str(), INFO_DIRECTORY_MODE) == 0;
+    if (!made && errno != EEXIST) {
         const int error = errno;
         throw QXException(1, "Could not create info directory %s [%d: %s]", path.c_str(), error, strerror(error));
     }
+    return made;
 }
 
 } // namespace
@@ -75,9 +78,9 @@ bool StoreState::save() {
     provideDirectory(directory);
     const OFString infoDirectory = infoDirectoryPath(directory);
     const OFString record = recordPath(directory);
-    makeInfoDirectory(infoDirectory);
+    const bool made = makeInfoDirectory(infoDirectory);
     refuseUnreadRecord(record);
-    if (!recordRead) {
+    if (made || !recordRead) {
         DirectorySync(directory).sync(); // a record that is there implies that the way to it is durable
     }
 

@@ -45,7 +45,8 @@ public:
     /** Gives back the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
     ~StoreState();
 
-    // Finding the study, exists(), remove(), release(): StoreState.cpp. load() and save(): LoadSave.cpp.
+    // Down to save() in LoadSave.cpp: load(), readStored() and save() itself. The others so far, and release(), are in
+    // StoreState.cpp.
 
     // exists(), remove(), load() and save() throw QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that
     // was unset or empty at construction, before they touch anything.
@@ -84,9 +85,10 @@ public:
      * Each exception leaves the old record as it was and the lock held, unless noted:
      * QXException: a value that no record can carry (the message names key and study); a record that is there although
      * load() did not read it; a directory that cannot be made; a rename that failed. QXIOException with errno: writing
-     * failed; if the message names the information directory, the new record is in place but may not survive a power
-     * cut. Besides, what addAutoForwardDevices() throws before anything is written, and what QXSemaphore::unlock()
-     * throws after the record was replaced.
+     * failed. If the message names the information directory, either that cannot be opened, which leaves the old record
+     * as always, or it could not be synced: the new record is then in place but may not survive a power cut. Besides,
+     * what addAutoForwardDevices() throws before anything is written, and what QXSemaphore::unlock() throws after the
+     * record was replaced.
      */
     bool save();
 
