@@ -135,14 +135,15 @@ int DB_Query::isReady() {
 
 /** What newQuery() and executeUpdate() begin with: the preconditions, the end of the old result, the statement. */
 bool DB_Query::send(const char* operation, const char* query) {
-    const char* missing = connection == nullptr ? "() precondition error: there is no connection.\n"
-                          : query == nullptr    ? "() precondition error: there is no query.\n"
-                                                : nullptr;
-    if (missing != nullptr) {
-        errorText.set(operation).append(missing);
+    if (connection == nullptr) {
+        errorText.set(operation).append("() precondition error: there is no connection.\n");
         return false;
     }
     releaseResult();
+    if (query == nullptr) {
+        errorText.set(operation).append("() precondition error: there is no query.\n");
+        return false;
+    }
     if (mysql_query(connection, query) != 0) {
         explainQuery(operation, "() Can't do query, because SQL error:\n", query);
         return false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
 StringBuffer::StringBuffer() : text(new char[1]()) {
 }
@@ -34,11 +35,8 @@ StringBuffer& StringBuffer::append(const char* s) {
 }
 
 StringBuffer& StringBuffer::append(StringBuffer* other) {
-    if (other != nullptr) {
-        append(other->text);
-        delete other;
-    }
-    return *this;
+    const std::unique_ptr<StringBuffer> owned(other);
+    return owned != nullptr ? append(owned->text) : *this;
 }
 
 StringBuffer& StringBuffer::replace(char from, char to) {

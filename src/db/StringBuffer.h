@@ -1,5 +1,4 @@
-/** An owned, NUL-terminated text that is never allocated larger than it is needed. It belongs to one thread at a time.
- */
+/** An owned, NUL-terminated text, allocated without spare room. It belongs to one thread at a time. */
 #ifndef DB_STRINGBUFFER_H
 #define DB_STRINGBUFFER_H
 

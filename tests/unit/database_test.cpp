@@ -118,7 +118,9 @@ TEST_F(Database, FailedStatementsAreExplained) {
     EXPECT_EQ(report(session.newQuery("update t set n = 3")),
               "0 newQuery() Can't get query result, because SQL error:\n\nQuery: update t set n = 3");
     EXPECT_EQ(report(session.executeUpdate("drop table x")), "0 executeUpdate" + failed + "drop table x");
+    ASSERT_EQ(session.newQuery("select 1"), 1);
     EXPECT_EQ(report(session.newQuery(nullptr)), "0 newQuery" + noQuery);
+    EXPECT_EQ(session.nextRecord(), 0) << "the old result is gone";
     EXPECT_EQ(report(session.executeUpdate(nullptr)), "0 executeUpdate" + noQuery);
     EXPECT_EQ(report(session.newQuery("kill connection_id()")), "0 newQuery" + failed + "kill connection_id()");
     EXPECT_EQ(report(session.newQuery("select 1")), "0 newQuery" + failed + "select 1");
