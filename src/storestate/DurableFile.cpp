@@ -46,7 +46,8 @@ TemporaryFile::~TemporaryFile() {
 
 bool TemporaryFile::open() {
     errno = 0;
-    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, 0666);
+    // Neither through a link that somebody left there nor waiting at a pipe.
+    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     exists = file >= 0;
     return exists && avoidStandardStreams();
 }
@@ -62,11 +63,16 @@ bool TemporaryFile::avoidStandardStreams() {
 }
 
 void TemporaryFile::write(const std::string& text) {
-    if (!writeAll(file, text.data(), text.size()) || fsync(file) != 0) {
+    if (!writeAll(file, text.data(), text.size())) {
+        throwFileError(WRITING_FAILED, path);
+    }
+    errno = 0;
+    if (fsync(file) != 0) {
         throwFileError(WRITING_FAILED, path);
     }
     const int closing = file;
     file = -1; // close() gives the descriptor up, even when it fails
+    errno = 0;
     if (close(closing) != 0) {
         throwFileError(WRITING_FAILED, path);
     }
