@@ -3,6 +3,8 @@
 
 #include <jni.h>
 
+namespace storestate {
+
 /**
  * The local reference to one element of a Java array of strings, given back by the destructor. May be null, as
  * the element itself may be.
@@ -25,5 +27,7 @@ private:
     JNIEnv* env;
     jobject reference;
 };
+
+} // namespace storestate
 
 #endif

@@ -3,6 +3,8 @@
 
 #include <jni.h>
 
+namespace storestate {
+
 /**
  * The modified UTF-8 characters of a Java string, given back by the destructor at the latest. A null string, or
  * characters that the virtual machine cannot provide, leave `text()` null and no Java exception pending.
@@ -36,5 +38,7 @@ private:
     jstring string;
     const char* characters;
 };
+
+} // namespace storestate
 
 #endif

@@ -11,6 +11,9 @@
 
 #include <jni.h>
 
+using storestate::JavaArrayElement;
+using storestate::JavaString;
+
 namespace {
 
 /** What all native methods share: does `work` on a record of the study. */

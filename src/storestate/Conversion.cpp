@@ -5,20 +5,15 @@
 #include "support/QXException.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace {
 
 constexpr char DEFAULT_ARCHIVE_DEVICE[] = "@Archive-@TOP";
 
-bool isWhiteSpace(char character) {
-    return isspace(static_cast<unsigned char>(character)) != 0;
-}
-
 /** The first word of a line of the legacy list; empty for blank lines and comments. */
 OFString firstWord(std::string_view line) {
-    const auto* begin = std::find_if_not(line.begin(), line.end(), isWhiteSpace);
-    const auto* end = std::find_if(begin, line.end(), isWhiteSpace);
+    const auto* begin = std::find_if_not(line.begin(), line.end(), storestate::isWhiteSpace);
+    const auto* end = std::find_if(begin, line.end(), storestate::isWhiteSpace);
     return begin != end && *begin == '#' ? OFString() : OFString(begin, static_cast<size_t>(end - begin));
 }
 

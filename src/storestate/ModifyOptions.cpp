@@ -1,16 +1,12 @@
 #include "storestate/ModifyOptions.h"
 
+#include "storestate/DeviceSetFiller.h"
+
 #include <algorithm>
 
 namespace {
 
-using Devices = OFUnorderedSet<OFString>;
-
-void add(Devices& devices, const OFString& name) {
-    if (!devices.Contains(name)) {
-        devices.Insert(name);
-    }
-}
+using storestate::DeviceSetFiller;
 
 /** A device that stops being the owner leaves the study to be owned locally. */
 void disown(StoreState& state, const OFString& device) {
@@ -32,13 +28,13 @@ void setOwner(StoreState& state, const OFString& value) {
 }
 
 void setStaged(StoreState& state, const OFString& value) {
-    add(state.stagedDevices, value);
+    DeviceSetFiller(state.stagedDevices).add(value);
     state.reportOnlyDevices.Remove(value);
     disown(state, value);
 }
 
 void setReportOnly(StoreState& state, const OFString& value) {
-    add(state.reportOnlyDevices, value);
+    DeviceSetFiller(state.reportOnlyDevices).add(value);
     state.stagedDevices.Remove(value);
     disown(state, value);
 }
@@ -71,10 +67,10 @@ void setMarking(StoreState& state, const OFString& value) {
 }
 
 void addForwardDevice(StoreState& state, const OFString& value) {
-    add(state.forwardDevices, value);
+    DeviceSetFiller(state.forwardDevices).add(value);
 }
 
-void addAutoForwardDevices(StoreState& state, const OFString& value) {
+void setAutoForwardDevices(StoreState& state, const OFString& value) {
     state.setAutoForwardDevice(value.c_str());
 }
 
@@ -101,7 +97,7 @@ constexpr ModifyOption OPTIONS[] = {
     {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", "StudyOwner OwnerDevice",
      setStudyOwner},
     {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's",
-     "OwnerDevice StagedDevices ForwardDevices", addAutoForwardDevices},
+     "OwnerDevice StagedDevices ForwardDevices", setAutoForwardDevices},
 };
 
 } // namespace

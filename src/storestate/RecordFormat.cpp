@@ -4,7 +4,6 @@
 #include "support/QXException.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -14,7 +13,7 @@ namespace storestate {
 namespace {
 
 constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns take
-using Value = char[VALUE_LIMIT + 1];
+using ValueBuffer = char[VALUE_LIMIT + 1];
 
 using Devices = OFUnorderedSet<OFString>;
 
@@ -51,7 +50,9 @@ struct Number {
     void write(std::string& out, std::string_view key, const StoreState& state) const {
         appendLine(out, key, std::to_string(state.*member).c_str());
     }
-    void take(StoreState& state, const Value& value, DeviceSetFillers&) const { state.*member = leadingNumber(value); }
+    void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers&) const {
+        state.*member = leadingNumber(value);
+    }
     const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
     RecordProperty::Value shown(const StoreState& state) const { return state.*member; }
 };
@@ -64,7 +65,7 @@ struct Text {
             appendLine(out, key, state.*member);
         }
     }
-    void take(StoreState& state, const Value& value, DeviceSetFillers&) const { state.*member = value; }
+    void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers&) const { state.*member = value; }
     const OFString* lost(const StoreState& written, const StoreState& reread) const {
         return written.*member != reread.*member ? &(written.*member) : nullptr;
     }
@@ -79,7 +80,7 @@ struct Marking {
             appendLine(out, key, "yes");
         }
     }
-    void take(StoreState& state, const Value& value, DeviceSetFillers&) const {
+    void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers&) const {
         state.*member = strcmp(value, "yes") == 0;
     }
     const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
@@ -90,7 +91,7 @@ struct DeviceList {
     Devices StoreState::*member;
 
     void write(std::string& out, std::string_view key, const StoreState& state) const;
-    void take(StoreState& state, const Value& value, DeviceSetFillers& fillers) const {
+    void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers& fillers) const {
         fillers.of(state.*member).addList(value);
     }
     const OFString* lost(const StoreState& written, const StoreState& reread) const;
@@ -135,7 +136,8 @@ const OFString* DeviceList::lost(const StoreState& written, const StoreState& re
 
 using Field = std::variant<Number, Text, Marking, DeviceList>;
 
-/** One kind of line. A pattern that ends with a quote takes a value up to its closing quote, others up to a blank. */
+/** One kind of line. A pattern that ends with a quote takes a value that its characters bound, others one up to a
+ * blank. */
 struct Property {
     constexpr Property(const char* scanPattern, Field member)
         : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), field(member) {}
@@ -174,7 +176,7 @@ const Property* findProperty(const char* line) {
 }
 
 /** A value whose closing quote is missing has taken the line end in. False: it held nothing else. */
-bool trimUnclosedValue(const char* line, const Property& property, Value& value) {
+bool trimUnclosedValue(const char* line, const Property& property, ValueBuffer& value) {
     size_t length = strlen(value);
     const bool upToQuote = property.pattern[strlen(property.pattern) - 1] == '"';
     if (!upToQuote || line[property.keyLength + strlen("=\"") + length] == '"') {
@@ -186,14 +188,14 @@ bool trimUnclosedValue(const char* line, const Property& property, Value& value)
     return length > 0;
 }
 
-} // namespace
-
 const char* skipWhiteSpace(const char* text) {
-    while (isspace(static_cast<unsigned char>(*text)) != 0) {
+    while (isWhiteSpace(*text)) {
         ++text;
     }
     return text;
 }
+
+} // namespace
 
 RecordReader::RecordReader(StoreState& target, FILE* diagnosticStream) : state(target), diagnostics(diagnosticStream) {
 }
@@ -213,7 +215,7 @@ void RecordReader::readLine(std::string_view line) {
         }
         return;
     }
-    Value value;
+    ValueBuffer value;
     const size_t scanned = property->keyLength; // the key has been compared already
     if (!state.readProperty(text + scanned, property->pattern + scanned, value) ||
         !trimUnclosedValue(text, *property, value)) {

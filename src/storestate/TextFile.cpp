@@ -3,11 +3,16 @@
 #include "storestate/FileError.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
 
 namespace storestate {
+
+bool isWhiteSpace(char character) {
+    return isspace(static_cast<unsigned char>(character)) != 0;
+}
 
 std::string_view takePiece(std::string_view& text) {
     const size_t lineFeed = text.substr(0, PIECE_LIMIT).find('\n');

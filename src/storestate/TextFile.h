@@ -15,6 +15,9 @@ namespace storestate {
 
 constexpr size_t PIECE_LIMIT = 1023; ///< characters of a piece, its line feed included
 
+/** As isspace(), for characters of either sign. */
+bool isWhiteSpace(char character);
+
 /** Takes the next piece off the front of `text`: up to and including a line feed, within the limit. */
 std::string_view takePiece(std::string_view& text);
 

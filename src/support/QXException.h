@@ -23,10 +23,10 @@ public:
     QXException();
 
     /** "Unknown exception" with the given error number. */
-    explicit QXException(int errorNumber);
+    QXException(int errorNumber);
 
     /** A printf-style message of at most 1023 characters (longer ones are cut), error number 1. */
-    explicit QXException(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    QXException(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
     /** A printf-style message of at most 1023 characters (longer ones are cut). Text of others goes through "%s". */
     QXException(int errorNumber, const char* format, ...) __attribute__((format(printf, 3, 4)));

@@ -30,14 +30,12 @@ int32_t randomSleep() {
     return delay;
 }
 
-constexpr char FILE_PREFIX[] = "/semaphore_";
-
 /** Does `work` on the lock file's path, which needs no memory: a lock can be given back when that is short. */
 template <class Work>
 int onLockFile(const QXSemaphore& semaphore, Work work) {
     char path[PATH_MAX];
     const int length =
-        snprintf(path, sizeof path, "%s%s%s", semaphore.lockDir.c_str(), FILE_PREFIX, semaphore.name.c_str());
+        snprintf(path, sizeof path, "%s/semaphore_%s", semaphore.lockDir.c_str(), semaphore.name.c_str());
     if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
         errno = ENAMETOOLONG;
         return -1;
@@ -72,7 +70,12 @@ QXSemaphore::~QXSemaphore() {
 }
 
 std::string QXSemaphore::path() const {
-    return lockDir + FILE_PREFIX + name;
+    std::string text;
+    onLockFile(*this, [&](const char* path) {
+        text = path;
+        return 0;
+    });
+    return text;
 }
 
 bool QXSemaphore::lockResource() {

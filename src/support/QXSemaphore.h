@@ -49,7 +49,7 @@ public:
      */
     void unlock();
 
-    /** The lock file's path, made of `lockDir` and `name` as they are now. */
+    /** The lock file's path, made of `lockDir` and `name` as they are now; empty when it is too long. */
     std::string path() const;
 
     std::string name;

@@ -142,7 +142,7 @@ final class NativeLibrary {
         }
     }
 
-    /** " (x86-64, 64 bits)", from the file's header; empty for what is no library. */
+    /** " (amd64, 64 bits)", from the file's header; empty for a file that cannot be read. */
     private static String architecture(File file) {
         byte[] header = new byte[20];
         try (DataInputStream in = new DataInputStream(new FileInputStream(file))) {
