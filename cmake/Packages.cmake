@@ -4,7 +4,8 @@ if(NOT STORESTATE_DEBIAN)
 endif()
 
 set(CPACK_PACKAGE_CONTACT "Store-state maintainers <storestate@localhost>")
-set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+# Below any revision of Debian's own.
+set(CPACK_DEBIAN_PACKAGE_RELEASE 0local1)
 set(package_version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
 # The date is that of SOURCE_DATE_EPOCH, if it is set.
@@ -34,9 +35,11 @@ foreach(component IN LISTS components)
 endforeach()
 install_compressed(tools/manual/storestate.1 storestate.1.gz ${CMAKE_INSTALL_MANDIR}/man1 tool)
 install(DIRECTORY examples/plugin DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libstorestate-dev/examples COMPONENT dev)
+install(FILES docs/plugins.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libstorestate-dev/docs COMPONENT dev)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/storestate COMPONENT tool PATTERN plugins.md EXCLUDE)
 
 add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/api/index.html
-    COMMAND ${Java_JAVADOC_EXECUTABLE} -quiet -notimestamp -d ${PROJECT_BINARY_DIR}/api quillon/util/StoreState.java
+    COMMAND ${Java_JAVADOC_EXECUTABLE} -quiet -notimestamp -noindex -notree -d ${PROJECT_BINARY_DIR}/api quillon/util/StoreState.java
         quillon/util/NativeLibrary.java
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/java
     DEPENDS java/quillon/util/StoreState.java
