@@ -76,6 +76,9 @@ public:
 
     StringBuffer errorText; ///< why the last operation failed; empty after a success
 
+protected:
+    MYSQL* connection = nullptr; ///< null until init() has made one
+
 private:
     void openConnection();
     bool connectSocket(const char* user, const char* database, const char* socket);
@@ -86,7 +89,6 @@ private:
     void explainSqlError(const char* what);
     void explainQuery(const char* operation, const char* what, const char* query);
 
-    MYSQL* connection = nullptr; ///< null until init() has made one
     MYSQL_RES* result = nullptr; ///< of the last successful newQuery()
     MYSQL_ROW row = nullptr;     ///< null, or a row of `result`
 };

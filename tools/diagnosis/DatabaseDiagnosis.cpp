@@ -1,0 +1,99 @@
+#include "diagnosis/DatabaseDiagnosis.h"
+
+#include "storestate/AutoForward.h"
+#include "support/QXException.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+namespace storestate {
+namespace {
+
+struct Remedy {
+    unsigned int number;
+    const char* text;
+};
+
+constexpr char REACH[] = "see that the server runs, and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, lead "
+                         "to it";
+constexpr char CONNECT[] = "let the user of ARQ_USER connect from this machine without a password";
+constexpr char READ[] = "let the user of ARQ_USER read both tables: GRANT SELECT";
+
+constexpr Remedy REMEDIES[] = {
+    {2002, REACH},
+    {2003, REACH},
+    {2005, REACH},
+    {2006, REACH},
+    {2013, REACH},
+    {1040, "wait, or let the server take more connections"},
+    {1045, CONNECT},
+    {1130, CONNECT},
+    {1698, CONNECT},
+    {1044, READ},
+    {1142, READ},
+    {1143, READ},
+    {1049, "set DBNAME to the server's database"},
+    {1054, "the table of TARGETTBL needs the columns ID and TYPE, that of DEVSERVTBL the columns DEVICE and SERVICE"},
+    {1146, "set TARGETTBL and DEVSERVTBL to the tables of devices and of services"},
+    {2026, "give the server a certificate that this machine trusts, or use its socket (MYSQL_UNIX_PORT)"},
+    {2059, "create the user with a way to authenticate that the client library has, as a rule mysql_native_password"},
+    {3159, "the server wants TLS: use its socket (MYSQL_UNIX_PORT), or switch require_secure_transport off"},
+};
+
+/** Can be asked for the number of its last error, and what belongs to it without the session's own words. */
+class Session : public DB_Query {
+public:
+    unsigned int errorNumber() const { return connection != nullptr ? mysql_errno(connection) : 0; }
+    std::string errorMessage() const { return connection != nullptr ? mysql_error(connection) : ""; }
+};
+
+/** The variable of a table that is not set or holds no name; empty when both are right. */
+std::string tableFault() {
+    for (const char* variable : {"TARGETTBL", "DEVSERVTBL"}) {
+        const char* name = getenv(variable);
+        if (name == nullptr) {
+            return std::string(variable) + " is not set";
+        }
+        if (!isTableName(name)) {
+            return std::string(variable) + "=\"" + name + "\" is no name of letters, digits and underscores";
+        }
+    }
+    return "";
+}
+
+/** The session's own words on a missing setting, without where they come from. */
+std::string settingFault(const DB_Query& session) {
+    const std::string text = session.errorText.text;
+    const size_t colon = text.find("(): ");
+    const size_t begin = colon != std::string::npos ? colon + strlen("(): ") : 0;
+    return text.substr(begin, text.find('\n', begin) - begin);
+}
+
+} // namespace
+
+std::optional<DatabaseFault> askForDevices(StoreState& record) {
+    Session session;
+    try {
+        readAutoForwardDevices(session, record.autoForwardDevices);
+        return std::nullopt;
+    } catch (const QXException& failure) {
+        const unsigned int number = session.errorNumber();
+        if (number != 0) {
+            const std::string text = session.errorMessage() + " [" + std::to_string(number) + "]";
+            return DatabaseFault{text, databaseRemedy(number)};
+        }
+        const std::string setting = settingFault(session);
+        const std::string table = setting.empty() ? tableFault() : setting;
+        return DatabaseFault{table.empty() ? failure.message : table, "set it as the server has it"};
+    }
+}
+
+std::string databaseRemedy(unsigned int number) {
+    const auto* found = std::find_if(std::begin(REMEDIES), std::end(REMEDIES),
+                                     [number](const Remedy& remedy) { return remedy.number == number; });
+    return found != std::end(REMEDIES) ? found->text : "look the number up in the database's manual";
+}
+
+} // namespace storestate
