@@ -26,6 +26,7 @@ struct Request {
     bool dryRun = false;
     bool force = false;
     bool asJson = false;
+    CheckOptions check;
 };
 
 /** "90s", "10m", "2h", "3d" in seconds; throws CLI::ValidationError. */
@@ -93,8 +94,18 @@ void addLockCommands(CLI::App& app, Request& request, int& status) {
     locks->add_flag("--json", request.asJson, "for scripts");
 }
 
+void addCheckCommand(CLI::App& app, CheckOptions& options, int& status) {
+    CLI::App* check = addCommand(app, "check", "Tell whether the library would work here", status,
+                                 [&] { return checkEnvironment(options); });
+    check->add_flag("--json", options.asJson, "for scripts");
+    check->add_flag("--quiet", options.quiet, "only what is not good");
+    check->add_flag("--monitor", options.asMonitor, "for Nagios and its kin: one line first; status 0, 1, 2 or 3");
+}
+
 int run(Words arguments) {
     Request request;
+    // A monitoring system takes 2 for a fault that was found.
+    const bool asMonitor = std::find(arguments.begin(), arguments.end(), "--monitor") != arguments.end();
     if (!arguments.empty() && arguments.front() == "modify") {
         const auto separator = std::find(arguments.begin(), arguments.end(), "--");
         if (separator != arguments.end()) {
@@ -110,12 +121,14 @@ int run(Words arguments) {
     app.require_subcommand(1);
     addRecordCommands(app, request, status);
     addLockCommands(app, request, status);
-    addCommand(app, "check", "Tell whether the library would work here", status, checkEnvironment);
+    addCheckCommand(app, request.check, status);
     try {
         std::reverse(arguments.begin(), arguments.end()); // as the parser wants them
         app.parse(arguments);
     } catch (const CLI::ParseError& refused) {
-        return app.exit(refused) == 0 ? STATUS_DONE : STATUS_USAGE;
+        return app.exit(refused) == 0 ? STATUS_DONE
+               : asMonitor            ? STATUS_MONITOR_UNKNOWN
+                                      : static_cast<int>(STATUS_USAGE);
     }
     return status;
 }

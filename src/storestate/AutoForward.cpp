@@ -22,10 +22,9 @@ void query(DB_Query& session) {
     if (targets == nullptr || services == nullptr) {
         throw QXException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
     }
-    char text[QUERY_BUFFER];
-    snprintf(text, sizeof text, "select ID, TYPE from %s, %s where SERVICE='AFwd' and ID=DEVICE", targets, services);
-    if (!isTableName(targets) || !isTableName(services) || session.newQuery(text) == 0) {
-        throw QXException("Error executing query: %s", text);
+    const std::string text = autoForwardQuery(targets, services);
+    if (!isTableName(targets) || !isTableName(services) || session.newQuery(text.c_str()) == 0) {
+        throw QXException("Error executing query: %s", text.c_str());
     }
 }
 
@@ -40,6 +39,12 @@ void append(OFList<StoreState::StoreDevice*>& devices, const OFString& id, const
 bool isTableName(const char* name) {
     static const char ALLOWED[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     return *name != '\0' && name[strspn(name, ALLOWED)] == '\0';
+}
+
+std::string autoForwardQuery(const char* targets, const char* services) {
+    char text[QUERY_BUFFER];
+    snprintf(text, sizeof text, "select ID, TYPE from %s, %s where SERVICE='AFwd' and ID=DEVICE", targets, services);
+    return text;
 }
 
 void readAutoForwardDevices(DB_Query& session, OFList<StoreState::StoreDevice*>& devices) {

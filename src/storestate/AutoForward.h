@@ -4,10 +4,15 @@
 #include "db/DB_Query.h"
 #include "storestate/StoreState.h"
 
+#include <string>
+
 namespace storestate {
 
 /** Whether a variable may name a table so: letters, digits and underscores only, since it becomes part of the query. */
 bool isTableName(const char* name);
+
+/** The query for the devices with tables of these names; a longer text than 255 characters is cut. */
+std::string autoForwardQuery(const char* targets, const char* services);
 
 /**
  * Connects `session`, asks for the devices that are registered for automatic forwarding, and appends them to `devices`,

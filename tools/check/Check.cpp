@@ -1,60 +1,64 @@
+#include "check/CheckApart.h"
+#include "check/CheckOutput.h"
 #include "check/CheckReport.h"
 #include "commands/Commands.h"
-#include "support/SyslogFacility.h"
+#include "storestate/Environment.h"
 
-#include <cstdlib>
-#include <cstring>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
+#include <algorithm>
+#include <cstdio>
 
 namespace storestate {
 namespace {
 
-constexpr char LOG_SOCKET[] = "/dev/log";
-
-void checkFacility(CheckReport& report, const char* variable) {
-    const char* value = getenv(variable);
-    const std::string name = value != nullptr ? value : "";
-    if (value == nullptr) {
-        report.good(variable, "not set: local0");
-    } else if (syslogFacility(value).has_value()) {
-        report.good(variable, name);
-    } else {
-        report.note(variable, name + " is none of local0 to local7 and counts as local0");
+/** Variables that no part has looked at: new ones. */
+void showOthers(CheckReport& report) {
+    for (const EnvironmentVariable& variable : ENVIRONMENT) {
+        const std::vector<Finding>& found = report.findings();
+        if (std::none_of(found.begin(), found.end(),
+                         [&](const Finding& finding) { return finding.subject == variable.name; })) {
+            const std::string value = setting(variable.name);
+            report.good(variable.name, (value.empty() ? "not set" : value) + ": " + variable.meaning);
+        }
     }
 }
 
-bool answers(int type) {
-    const int log = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    struct sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, LOG_SOCKET);
-    const bool connected = log >= 0 && connect(log, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    close(log);
-    return connected;
+void lookAtAll(CheckReport& report) {
+    constexpr char MOUNT_REMEDY[] = "see whether its file system is reachable, above all its NFS server";
+    checkApart(report, "REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository);
+    checkApart(report, "LOCK_VAR", MOUNT_REMEDY, checkLockDirectory);
+    checkApart(report, "REPOSITORY_HANDLER_HOME", "each call of the server meets the same: have the plug-in repaired",
+               checkPlugin);
+    if (checkDatabaseSettings(report)) {
+        checkApart(report, "database", "see that the server is reachable and not overloaded", checkDatabase);
+    }
+    checkSystemLog(report);
+    checkSnapshot(report);
+    showOthers(report);
 }
 
-void checkSystemLog(CheckReport& report) {
-    if (answers(SOCK_DGRAM) || answers(SOCK_STREAM)) {
-        report.good("system log", LOG_SOCKET);
-    } else {
-        report.note("system log", std::string("nobody listens at ") + LOG_SOCKET +
-                                      ": what the plug-in fails at is lost; start a system log or pass it in");
+std::string rendered(const CheckReport& report, const CheckOptions& options) {
+    if (options.asJson) {
+        return reportAsJson(report, options.quiet)
+                   .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
+               "\n";
     }
+    return options.asMonitor ? monitorLine(report) + findingLines(report, true) : findingLines(report, options.quiet);
 }
 
 } // namespace
 
-int checkEnvironment() {
+int checkEnvironment(const CheckOptions& options) {
     CheckReport report;
-    checkDirectories(report);
-    checkPlugin(report);
-    checkDatabase(report);
-    checkFacility(report, "LOG_FACILITY");
-    checkFacility(report, "LOG_OPER_FACILITY");
-    checkSystemLog(report);
-    return report.allGood() ? STATUS_DONE : STATUS_FAILED;
+    lookAtAll(report);
+    const std::string text = rendered(report, options);
+    const bool printed = fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0;
+    if (!printed) {
+        return options.asMonitor ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_FAILED);
+    }
+    if (options.asMonitor) {
+        return monitorStatus(report.worst());
+    }
+    return report.worst() < Verdict::UNKNOWN ? STATUS_DONE : STATUS_FAILED;
 }
 
 } // namespace storestate

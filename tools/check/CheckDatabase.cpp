@@ -1,77 +1,85 @@
 #include "check/CheckReport.h"
 
+#include "diagnosis/DatabaseDiagnosis.h"
 #include "storestate/AutoForward.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/StoreState.h"
 #include "support/QXException.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <vector>
 
 namespace storestate {
 namespace {
 
-constexpr unsigned int PATIENCE = 5; ///< seconds for the database to answer
-
 using Device = StoreState::StoreDevice;
 
-void checkRequired(CheckReport& report, const char* variable, const char* remedy) {
-    const char* value = getenv(variable);
-    if (value == nullptr || *value == '\0') {
-        report.bad(variable, value == nullptr ? "not set" : "empty", remedy);
-    } else {
-        report.good(variable, value);
+constexpr char SOCKET[] = "MYSQL_UNIX_PORT";
+constexpr char HOST[] = "MYSQL_HOST";
+constexpr char PORT[] = "MYSQL_TCP_PORT";
+constexpr char TARGETS[] = "TARGETTBL";
+constexpr char SERVICES[] = "DEVSERVTBL";
+
+void requireWithValue(CheckReport& report, const char* variable, const std::string& remedy) {
+    if (requireSetting(report, variable, remedy)) {
+        report.good(variable, setting(variable));
     }
 }
 
-void checkSocket(CheckReport& report, const char* path) {
-    constexpr char VARIABLE[] = "MYSQL_UNIX_PORT";
+void checkSocket(CheckReport& report, const std::string& path) {
+    const std::string remedy = "set it to the socket of the running server";
     struct stat status;
     errno = 0;
-    if (stat(path, &status) != 0) {
-        report.bad(VARIABLE, std::string(path) + ": " + strerror(errno), "set it to the socket of the running server");
+    if (stat(path.c_str(), &status) != 0) {
+        report.bad(SOCKET, path + ": " + strerror(errno), remedy);
     } else if (!S_ISSOCK(status.st_mode)) {
-        report.bad(VARIABLE, std::string(path) + " is not a socket", "set it to the socket of the running server");
+        report.bad(SOCKET, path + " is not a socket", remedy);
     } else {
-        report.good(VARIABLE, std::string(path) + "; MYSQL_HOST and MYSQL_TCP_PORT do not count");
+        report.good(SOCKET, path);
     }
+    for (const char* unused : {HOST, PORT}) {
+        const std::string value = setting(unused);
+        report.good(unused, (value.empty() ? "not set" : value) + ", and does not count: the socket is used");
+    }
+}
+
+bool isPort(const std::string& text) {
+    return !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos &&
+           std::stoi(text) >= 1 && std::stoi(text) <= 65535;
 }
 
 void checkHost(CheckReport& report) {
-    const char* host = getenv("MYSQL_HOST");
-    const char* port = getenv("MYSQL_TCP_PORT");
-    if (host != nullptr && strcmp(host, "localhost") == 0) {
-        report.note("MYSQL_HOST",
-                    "localhost means the client library's own socket, not the port; 127.0.0.1 means that");
+    if (setting(HOST) == "localhost") {
+        report.note(HOST, "localhost means the client library's own socket, not the port",
+                    "write 127.0.0.1 for the port, or set MYSQL_UNIX_PORT");
     } else {
-        checkRequired(report, "MYSQL_HOST", "set MYSQL_UNIX_PORT, or this one and MYSQL_TCP_PORT");
+        requireWithValue(report, HOST, "set MYSQL_UNIX_PORT, or this one and MYSQL_TCP_PORT");
     }
-    const bool number = port != nullptr && *port != '\0' && port[strspn(port, "0123456789")] == '\0';
-    if (port != nullptr && !number) {
-        report.bad("MYSQL_TCP_PORT", std::string("\"") + port + "\" is not a number", "give the port in decimal");
+    const std::string port = setting(PORT);
+    if (!port.empty() && !isPort(port)) {
+        report.bad(PORT, "\"" + port + "\" is no port",
+                   "give the server's port in decimal, 1 to 65535, as a rule 3306");
     } else {
-        checkRequired(report, "MYSQL_TCP_PORT", "set it to the server's port, as a rule 3306");
+        requireWithValue(report, PORT, "set it to the server's port, as a rule 3306");
     }
 }
 
-void checkSettings(CheckReport& report) {
-    checkRequired(report, "DBNAME", "set it to the server's database");
-    const char* user = getenv("ARQ_USER");
-    report.good("ARQ_USER", user != nullptr ? user : "not set: the client library's own default");
-    const char* socket = getenv("MYSQL_UNIX_PORT");
-    if (socket != nullptr && *socket != '\0') {
-        checkSocket(report, socket);
-    } else {
-        checkHost(report);
+void checkTable(CheckReport& report, const char* variable, const char* content) {
+    const std::string remedy = std::string("set it to the table of ") + content;
+    if (!requireSetting(report, variable, remedy)) {
+        return;
     }
-    checkRequired(report, "TARGETTBL", "set it to the table of devices (columns ID, TYPE)");
-    checkRequired(report, "DEVSERVTBL", "set it to the table of services (columns DEVICE, SERVICE)");
+    const std::string name = setting(variable);
+    if (isTableName(name.c_str())) {
+        report.good(variable, name);
+    } else {
+        report.bad(variable, "\"" + name + "\" is refused: only letters, digits and underscores may stand in it",
+                   "make a view of such a name in DBNAME, and set it to that");
+    }
 }
 
 /** Why no record can carry the device, whatever its place there; empty when each can. */
@@ -102,54 +110,43 @@ void checkDevices(CheckReport& report, const OFList<Device*>& devices) {
                        "rename it: no blanks, no quotes, 1 to 255 characters");
         }
     }
-    report.good("auto-forward devices", list.empty() ? "none" : list.substr(1));
-}
-
-/** What the library does for a record without version. Never returns in time when the server does not answer. */
-void askDatabase(CheckReport& report) {
-    DB_Query session;
-    StoreState holder("-", ".");
-    try {
-        readAutoForwardDevices(session, holder.autoForwardDevices);
-    } catch (const QXException& failure) {
-        session.errorText.replace('\n', ' ');
-        const std::string detail = session.errorText.text;
-        report.bad("database", failure.message + (detail.empty() ? "" : ": " + detail),
-                   "see that the server runs, that the user may connect without a password and read both tables");
-        return;
-    }
-    report.good("database", "answers, both tables are there");
-    checkDevices(report, holder.autoForwardDevices);
-}
-
-/** In a process of its own, which an alarm ends: the library itself waits for the database without limit. */
-void askDatabaseInTime(CheckReport& report) {
-    constexpr char SUBJECT[] = "database";
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(PATIENCE);
-        CheckReport part;
-        askDatabase(part);
-        fflush(stdout);
-        _exit(part.allGood() ? 0 : 1);
-    }
-    int status = 0;
-    if (child < 0 || waitpid(child, &status, 0) != child) {
-        report.bad(SUBJECT, std::string("cannot be asked: ") + strerror(errno), "try again");
-    } else if (WIFSIGNALED(status)) {
-        report.bad(SUBJECT, "no answer within " + std::to_string(PATIENCE) + " seconds",
-                   "see that the server is reachable and not overloaded");
-    } else if (WEXITSTATUS(status) != 0) {
-        report.countFault();
+    if (list.empty()) {
+        report.note("auto-forward devices",
+                    "none: no row answers " + autoForwardQuery(setting(TARGETS).c_str(), setting(SERVICES).c_str()),
+                    "fine if nothing is to be forwarded; otherwise give each device a row in both tables, in that of "
+                    "DEVSERVTBL with SERVICE 'AFwd', written so");
+    } else {
+        report.good("auto-forward devices", list.substr(1));
     }
 }
 
 } // namespace
 
+bool checkDatabaseSettings(CheckReport& report) {
+    CheckReport own([&](const Finding& finding) { report.add(finding); });
+    requireWithValue(own, "DBNAME", "set it to the server's database");
+    const char* user = getenv("ARQ_USER");
+    own.good("ARQ_USER", user != nullptr ? user : "not set: the client library's own default");
+    const char* socket = databaseSocket();
+    if (socket != nullptr) {
+        checkSocket(own, socket);
+    } else {
+        checkHost(own);
+    }
+    checkTable(own, TARGETS, "devices (columns ID, TYPE)");
+    checkTable(own, SERVICES, "services (columns DEVICE, SERVICE)");
+    return own.worst() < Verdict::UNKNOWN;
+}
+
 void checkDatabase(CheckReport& report) {
-    checkSettings(report);
-    askDatabaseInTime(report);
+    StoreState record("-", ".");
+    const std::optional<DatabaseFault> fault = askForDevices(record);
+    if (fault.has_value()) {
+        report.bad("database", fault->text, fault->remedy);
+        return;
+    }
+    report.good("database", "answers, both tables are there");
+    checkDevices(report, record.autoForwardDevices);
 }
 
 } // namespace storestate

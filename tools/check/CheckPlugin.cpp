@@ -1,14 +1,25 @@
 #include "check/CheckReport.h"
+#include "check/StudySurvey.h"
+
+#include "diagnosis/PluginDiagnosis.h"
 #include "repository/EntryPoints.h"
 #include "repository/PluginLoader.h"
 #include "support/QXException.h"
 
-#include <dlfcn.h>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr char VARIABLE[] = "REPOSITORY_HANDLER_HOME";
+constexpr char REPOSITORY[] = "REPOSITORY_DICOM_DATA";
+constexpr size_t LOOKS = 100; ///< directories, to find a study that the plug-in knows
 
 bool has(void* plugin, const char* symbol) {
     try {
@@ -18,7 +29,7 @@ bool has(void* plugin, const char* symbol) {
     }
 }
 
-void checkEntryPoints(CheckReport& report, void* plugin) {
+bool checkEntryPoints(CheckReport& report, void* plugin) {
     std::string present;
     std::string missing;
     bool usable = true;
@@ -34,18 +45,97 @@ void checkEntryPoints(CheckReport& report, void* plugin) {
     } else {
         report.bad("entry points", text, "the plug-in must have getLocation_ and createDirectory_: install another");
     }
+    return usable;
+}
+
+/** What a call has failed with, as BAD; true when it has not. */
+bool succeeded(CheckReport& report, const char* symbol, const PluginAnswer& answer) {
+    if (!answer.failure.empty()) {
+        report.bad(symbol, answer.failure,
+                   "no record can be read or saved until the plug-in works: repair what it names, or install another");
+    }
+    return answer.failure.empty();
+}
+
+/** A study that is there already, so that making its directory changes nothing. */
+void tryOnStudy(CheckReport& report, const std::string& study, const std::string& directory) {
+    report.good("getLocation_", "finds " + study + " in " + directory);
+    const PluginAnswer made = askToCreate(study);
+    if (succeeded(report, "createDirectory_", made)) {
+        if (made.directory == directory) {
+            report.good("createDirectory_", "names the same directory");
+        } else {
+            report.bad("createDirectory_", "names " + made.directory + " for " + study + ", which lies in " + directory,
+                       "the plug-in must answer the same directory twice: have it repaired");
+        }
+    }
+}
+
+/** No study to try it on: makes one, in a repository for this purpose that is gone afterwards. */
+void tryOnNothing(CheckReport& report) {
+    std::string pattern = setting(REPOSITORY) + "/.storestate-check.XXXXXX";
+    errno = 0;
+    if (mkdtemp(pattern.data()) == nullptr) {
+        report.unknown("createDirectory_", "cannot be tried: " + pattern + ": " + strerror(errno),
+                       "let the server's user write to the repository");
+        return;
+    }
+    setenv(REPOSITORY, pattern.c_str(), 1);
+    const PluginAnswer made = askToCreate("check");
+    std::error_code ignored;
+    fs::remove_all(pattern, ignored);
+    if (succeeded(report, "createDirectory_", made)) {
+        report.good("createDirectory_", "makes a directory");
+    }
+}
+
+void tryCalls(CheckReport& report) {
+    const StudySurvey survey = surveyStudies(setting(REPOSITORY), LOOKS);
+    for (const std::string& directory : survey.studies) {
+        const std::string study = fs::path(directory).filename().string();
+        const PluginAnswer answer = askLocation(study);
+        if (!succeeded(report, "getLocation_", answer)) {
+            return;
+        }
+        if (!answer.directory.empty()) {
+            tryOnStudy(report, study, answer.directory);
+            return;
+        }
+    }
+    if (!succeeded(report, "getLocation_", askLocation("storestate-check"))) {
+        return;
+    }
+    if (survey.studies.empty()) {
+        report.good("getLocation_", "answers; no study was found to ask for");
+    } else {
+        report.note("getLocation_",
+                    "knows none of the " + std::to_string(survey.studies.size()) +
+                        " directories with records that were looked at, such as " + survey.studies.front(),
+                    "fine if the plug-in does not name directories after studies; otherwise it is the wrong one");
+    }
+    tryOnNothing(report);
+}
+
+std::string loadingRemedy() {
+    return setting(VARIABLE).empty() ? "set it to the directory whose lib holds RepositoryHandler.so"
+           : access((setting(VARIABLE) + "/lib/RepositoryHandler.so").c_str(), R_OK) != 0
+               ? "set it to the directory whose lib holds RepositoryHandler.so, readable for the server's user"
+               : "install what the message names, for this architecture";
 }
 
 } // namespace
 
 void checkPlugin(CheckReport& report) {
+    void* plugin = nullptr;
     try {
-        void* plugin = loadPlugin();
-        report.good(VARIABLE, setting(VARIABLE) + "/lib/RepositoryHandler.so can be loaded");
-        checkEntryPoints(report, plugin);
-        dlclose(plugin);
+        plugin = loadPlugin(); // never unloaded: this process ends soon
     } catch (const QXException& failure) {
-        report.bad(VARIABLE, failure.message, "set it to the directory whose lib holds RepositoryHandler.so");
+        report.bad(VARIABLE, failure.message, loadingRemedy());
+        return;
+    }
+    report.good(VARIABLE, setting(VARIABLE) + "/lib/RepositoryHandler.so can be loaded");
+    if (checkEntryPoints(report, plugin) && repositoryFault().empty()) {
+        tryCalls(report);
     }
 }
 

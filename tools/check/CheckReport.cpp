@@ -1,34 +1,37 @@
 #include "check/CheckReport.h"
 
-#include "terminal/Terminal.h"
-
+#include <algorithm>
 #include <cstdlib>
 
 namespace storestate {
-namespace {
 
-void print(const std::string& verdict, const std::string& subject, const std::string& text) {
-    printf("%s  %-23s %s\n", verdict.c_str(), subject.c_str(), printable(text).c_str());
+void CheckReport::add(const Finding& finding) {
+    found.push_back(finding);
+    if (observer) {
+        observer(finding);
+    }
 }
 
-} // namespace
-
-void CheckReport::good(const std::string& subject, const std::string& text) {
-    print(Style(stdout).good("ok  "), subject, text);
-}
-
-void CheckReport::note(const std::string& subject, const std::string& text) {
-    print(Style(stdout).warning("note"), subject, text);
-}
-
-void CheckReport::bad(const std::string& subject, const std::string& text, const std::string& remedy) {
-    ++faults;
-    print(Style(stdout).bad("BAD "), subject, text + " -> " + remedy);
+Verdict CheckReport::worst() const {
+    Verdict worst = Verdict::GOOD;
+    for (const Finding& finding : found) {
+        worst = std::max(worst, finding.verdict);
+    }
+    return worst;
 }
 
 std::string setting(const char* variable) {
     const char* value = getenv(variable);
     return value != nullptr ? value : "";
+}
+
+bool requireSetting(CheckReport& report, const char* variable, const std::string& remedy) {
+    const char* value = getenv(variable);
+    if (value == nullptr || *value == '\0') {
+        report.bad(variable, value == nullptr ? "not set" : "empty", remedy);
+        return false;
+    }
+    return true;
 }
 
 } // namespace storestate

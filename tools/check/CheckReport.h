@@ -1,37 +1,73 @@
-/** The lines of `storestate check`: what was looked at, how it is, and what to do about it. */
+/** What `storestate check` has found, as data: what was looked at, how it is, and what to do about it. */
 #ifndef TOOLS_CHECK_CHECKREPORT_H
 #define TOOLS_CHECK_CHECKREPORT_H
 
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace storestate {
 
+/** In rising order of concern. */
+enum class Verdict {
+    GOOD,
+    NOTE,    ///< the library works, but somebody should know
+    UNKNOWN, ///< it could not be looked at
+    BAD,     ///< the library does not work, or not reliably
+};
+
+struct Finding {
+    Verdict verdict;
+    std::string subject; ///< an environment variable, or what else was looked at
+    std::string text;
+    std::string remedy; ///< what to do; empty when there is nothing
+};
+
 class CheckReport {
 public:
-    void good(const std::string& subject, const std::string& text);
+    using Observer = std::function<void(const Finding&)>;
 
-    /** The library works, but somebody should know. */
-    void note(const std::string& subject, const std::string& text);
+    CheckReport() = default;
 
-    /** The library does not work, or not reliably; `remedy` says what to do. */
-    void bad(const std::string& subject, const std::string& text, const std::string& remedy);
+    /** Each finding goes to `added`, too, as soon as it is there. */
+    explicit CheckReport(Observer added) : observer(std::move(added)) {}
 
-    /** Counts a fault that another process has printed. */
-    void countFault() { ++faults; }
+    void good(const std::string& subject, const std::string& text) { add({Verdict::GOOD, subject, text, ""}); }
+    void note(const std::string& subject, const std::string& text, const std::string& remedy) {
+        add({Verdict::NOTE, subject, text, remedy});
+    }
+    void unknown(const std::string& subject, const std::string& text, const std::string& remedy) {
+        add({Verdict::UNKNOWN, subject, text, remedy});
+    }
+    void bad(const std::string& subject, const std::string& text, const std::string& remedy) {
+        add({Verdict::BAD, subject, text, remedy});
+    }
+    void add(const Finding& finding);
 
-    bool allGood() const { return faults == 0; }
+    const std::vector<Finding>& findings() const { return found; }
+
+    /** The verdict of most concern; GOOD when nothing was found. */
+    Verdict worst() const;
 
 private:
-    int faults = 0;
+    std::vector<Finding> found;
+    Observer observer;
 };
 
 /** The value of an environment variable; empty when it is not set. */
 std::string setting(const char* variable);
 
+/** Whether the variable has a value; if not, that is BAD: "not set" or "empty". */
+bool requireSetting(CheckReport& report, const char* variable, const std::string& remedy);
+
 // The parts of the check, one per concern.
-void checkDirectories(CheckReport& report);
+void checkRepository(CheckReport& report);
+void checkLockDirectory(CheckReport& report);
 void checkPlugin(CheckReport& report);
+bool checkDatabaseSettings(CheckReport& report); ///< whether the database can be asked
 void checkDatabase(CheckReport& report);
+void checkSystemLog(CheckReport& report);
+void checkSnapshot(CheckReport& report);
 
 } // namespace storestate
 

@@ -38,8 +38,17 @@ int unlockHeldStudy(const std::string& study, bool force);
 /** Lists the locks held for at least `seconds`. */
 int listLocks(int64_t seconds, bool asJson);
 
+/** What a monitoring system takes for "no answer": wrong usage, or not all could be looked at. */
+constexpr int STATUS_MONITOR_UNKNOWN = 3;
+
+struct CheckOptions {
+    bool asJson = false;
+    bool quiet = false;     ///< only what is not good
+    bool asMonitor = false; ///< a line in front and statuses as monitoring systems take them
+};
+
 /** Tells whether the library would work in this environment, and what to do if not. */
-int checkEnvironment();
+int checkEnvironment(const CheckOptions& options);
 
 } // namespace storestate
 

@@ -1,0 +1,108 @@
+#include "check/Directories.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <mntent.h>
+#include <sys/stat.h>
+
+namespace storestate {
+namespace {
+
+constexpr unsigned int SCARCE_PERCENT = 1;
+
+bool isScarce(fsfilcnt_t left, fsfilcnt_t total) {
+    return left < total / 100 * SCARCE_PERCENT;
+}
+
+/** The mount is there, but what it leads to is not. */
+bool isAway(int error) {
+    return error == EIO || error == ESTALE || error == ENOTCONN || error == ETIMEDOUT || error == EHOSTDOWN;
+}
+
+} // namespace
+
+bool namesDirectory(CheckReport& report, const char* variable, const char* purpose) {
+    const std::string remedy = std::string("set it to the directory of the ") + purpose;
+    if (!requireSetting(report, variable, remedy)) {
+        return false;
+    }
+    const std::string path = setting(variable);
+    struct stat status;
+    errno = 0;
+    if (stat(path.c_str(), &status) != 0) {
+        const int error = errno;
+        report.bad(variable, path + ": " + strerror(error),
+                   isAway(error)     ? "repair the mount, or the server behind it"
+                   : error == EACCES ? "let the server's user through all directories of the path"
+                                     : "mount or make it, or " + remedy);
+        return false;
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        report.bad(variable, path + " is not a directory", remedy);
+        return false;
+    }
+    if (path[0] != '/') {
+        report.bad(variable, path + " depends on where a process was started", "give the whole path");
+        return false;
+    }
+    return true;
+}
+
+std::string realPath(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path real = std::filesystem::canonical(path, error);
+    return error ? path : real.string();
+}
+
+bool liesIn(const std::string& path, const std::string& directory) {
+    return directory == "/" || path == directory || path.compare(0, directory.size() + 1, directory + "/") == 0;
+}
+
+std::string fileSystem(const std::string& path) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> mounts(setmntent("/proc/self/mounts", "r"), endmntent);
+    std::string directory;
+    std::string type = "unknown";
+    while (const mntent* mount = mounts != nullptr ? getmntent(mounts.get()) : nullptr) {
+        if (liesIn(path, mount->mnt_dir) && strlen(mount->mnt_dir) >= directory.size()) {
+            directory = mount->mnt_dir;
+            const char* version = hasmntopt(mount, "vers");
+            type = mount->mnt_type + (version != nullptr ? " " + std::string(version, strcspn(version, ",")) : "");
+        }
+    }
+    return type;
+}
+
+void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state) {
+    const std::string remedy = "free some: new records and locks are small files";
+    const std::string inodeRemedy = "delete files that nobody needs, however small, or make the file system larger";
+    const std::string left = std::to_string(state.f_bavail * (state.f_frsize / 1024) / 1024) + " MiB";
+    const bool counted = state.f_files > 0; // some file systems do not count inodes
+    if (state.f_blocks > 0 && state.f_bavail == 0) {
+        report.bad(variable, "the disk is full", remedy);
+    } else if (isScarce(state.f_bavail, state.f_blocks)) {
+        report.note(variable, "the disk is nearly full: " + left + " left", remedy);
+    }
+    if (counted && state.f_favail == 0) {
+        report.bad(variable, "the file system has no inodes left", inodeRemedy);
+    } else if (counted && isScarce(state.f_favail, state.f_files)) {
+        report.note(variable, "the file system has only " + std::to_string(state.f_favail) + " inodes left",
+                    inodeRemedy);
+    }
+}
+
+std::string remedyForWriting(int error) {
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+        return "free space and inodes there, or raise the quota";
+    case EROFS:
+        return "see why it is mounted read-only (the kernel's log), and mount it for writing";
+    default:
+        return isAway(error) ? "repair the mount, or the server behind it" : "let the server's user write there";
+    }
+}
+
+} // namespace storestate

@@ -1,0 +1,71 @@
+#include "check/StudySurvey.h"
+
+#include "storestate/StudyPaths.h"
+
+#include <ctime>
+#include <deque>
+#include <filesystem>
+#include <sys/stat.h>
+
+namespace storestate {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int LEVELS = 4;              ///< directories between the root and a study, at most
+constexpr int64_t WRITE_SECONDS = 600; ///< no call writes that long
+
+bool isOldTemporary(const fs::path& path) {
+    const std::string record = fs::path(recordPath("").c_str()).filename().string() + ".";
+    struct stat status;
+    return path.filename().string().compare(0, record.size(), record) == 0 &&
+           path.filename().string().find_first_not_of("0123456789", record.size()) == std::string::npos &&
+           stat(path.c_str(), &status) == 0 && time(nullptr) - status.st_mtime >= WRITE_SECONDS;
+}
+
+/** What an empty archive has, too. */
+bool isNoStudy(const std::string& name) {
+    return name[0] == '.' || name == "lost+found";
+}
+
+void lookAtStudy(StudySurvey& survey, const std::string& study) {
+    survey.studies.push_back(study);
+    std::error_code unreadable;
+    for (const auto& entry : fs::directory_iterator(infoDirectoryPath(study.c_str()).c_str(), unreadable)) {
+        if (isOldTemporary(entry.path())) {
+            survey.temporaries.push_back(entry.path().string());
+        }
+    }
+}
+
+} // namespace
+
+StudySurvey surveyStudies(const std::string& root, size_t limit) {
+    StudySurvey survey;
+    std::deque<std::pair<std::string, int>> directories = {{root, 0}}; // and their levels; no study's own
+    for (size_t looks = 0; !directories.empty(); directories.pop_front()) {
+        const auto [directory, level] = directories.front();
+        std::error_code unreadable;
+        for (fs::directory_iterator entry(directory, unreadable), end; entry != end; entry.increment(unreadable)) {
+            if (isNoStudy(entry->path().filename().string())) {
+                continue;
+            }
+            survey.empty = false;
+            if (!entry->is_directory(unreadable)) {
+                continue;
+            }
+            if (looks++ == limit) {
+                return survey;
+            }
+            const std::string path = entry->path().string();
+            if (fs::exists(infoDirectoryPath(path.c_str()).c_str(), unreadable)) {
+                lookAtStudy(survey, path);
+            } else if (level + 1 < LEVELS) {
+                directories.emplace_back(path, level + 1);
+            }
+        }
+    }
+    return survey;
+}
+
+} // namespace storestate
