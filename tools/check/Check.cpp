@@ -24,15 +24,13 @@ void showOthers(CheckReport& report) {
 
 void lookAtAll(CheckReport& report) {
     constexpr char MOUNT_REMEDY[] = "see whether its file system is reachable, above all its NFS server";
-    checkApart(report, "REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository);
-    checkApart(report, "LOCK_VAR", MOUNT_REMEDY, checkLockDirectory);
-    checkApart(report, "REPOSITORY_HANDLER_HOME", "each call of the server meets the same: have the plug-in repaired",
-               checkPlugin);
-    if (checkDatabaseSettings(report)) {
-        checkApart(report, "database", "see that the server is reachable and not overloaded", checkDatabase);
-    }
-    checkSystemLog(report);
-    checkSnapshot(report);
+    checkApart(report,
+               {{"REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository},
+                {"LOCK_VAR", MOUNT_REMEDY, checkLockDirectory},
+                {"REPOSITORY_HANDLER_HOME", "the server's calls meet the same: have the plug-in repaired", checkPlugin},
+                {"database", "see that the server is reachable and not overloaded", checkDatabase},
+                {"system log", "restart the system log", checkSystemLog},
+                {"ps", "try again", checkSnapshot}});
     showOthers(report);
 }
 

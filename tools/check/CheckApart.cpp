@@ -2,6 +2,7 @@
 
 #include "check/CheckOutput.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -18,19 +19,45 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+/** A part at work. */
+struct Look {
+    const CheckPart* part;
+    pid_t child = -1;
+    int findings = -1; ///< from where they are read
+};
+
 /** Sends each finding as a line of JSON, at once; never returns. */
-[[noreturn]] void runPart(int output, const char* subject, void (*part)(CheckReport&)) {
+[[noreturn]] void run(const CheckPart& part, int output) {
     CheckReport report([output](const Finding& finding) {
         const std::string line =
             findingAsJson(finding).dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
         static_cast<void>(!write(output, line.data(), line.size()));
     });
     try {
-        part(report);
+        part.look(report);
     } catch (const std::exception& failure) {
-        report.unknown(subject, failure.what(), "try again");
+        report.unknown(part.subject, failure.what(), "try again");
     }
     _exit(0);
+}
+
+/** Nothing but an explanation when the system has no process or descriptor left. */
+Look begin(CheckReport& report, const CheckPart& part) {
+    Look look{&part};
+    int ends[2] = {-1, -1};
+    errno = 0;
+    if (pipe2(ends, O_CLOEXEC) == 0) {
+        look.child = fork();
+        if (look.child == 0) {
+            run(part, ends[1]);
+        }
+        look.findings = ends[0];
+    }
+    if (look.child < 0) {
+        report.unknown(part.subject, std::string("cannot be looked at: ") + strerror(errno), "try again");
+    }
+    close(ends[1]);
+    return look;
 }
 
 /** What comes until the other end is closed; false when that has not happened in time. */
@@ -38,7 +65,8 @@ bool receive(int input, Clock::time_point deadline, std::string& text) {
     for (;;) {
         const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now()).count();
         pollfd ready = {input, POLLIN, 0};
-        if (left <= 0 || (poll(&ready, 1, static_cast<int>(left)) < 0 && errno != EINTR)) {
+        const int answer = poll(&ready, 1, std::max(0, static_cast<int>(left))); // what is there already, in any case
+        if (answer == 0 || (answer < 0 && errno != EINTR)) {
             return false;
         }
         char part[4096];
@@ -68,39 +96,37 @@ void take(CheckReport& report, const std::string& lines) {
     }
 }
 
-} // namespace
-
-void checkApart(CheckReport& report, const char* subject, const char* remedy, void (*part)(CheckReport&)) {
-    int ends[2];
-    errno = 0;
-    if (pipe2(ends, O_CLOEXEC) != 0) {
-        report.unknown(subject, std::string("cannot be looked at: ") + strerror(errno), "try again");
-        return;
-    }
-    fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
-        runPart(ends[1], subject, part);
-    }
-    const int error = errno;
-    close(ends[1]);
-    if (child < 0) {
-        close(ends[0]);
-        report.unknown(subject, std::string("cannot be looked at: ") + strerror(error), "try again");
-        return;
-    }
+void finish(CheckReport& report, const Look& look, Clock::time_point deadline) {
     std::string lines;
-    const bool inTime = receive(ends[0], Clock::now() + std::chrono::seconds(CHECK_SECONDS), lines);
-    close(ends[0]);
+    const bool inTime = receive(look.findings, deadline, lines);
     if (!inTime) {
-        kill(child, SIGKILL);
+        kill(look.child, SIGKILL);
     }
-    const int status = reap(child);
+    const int status = reap(look.child);
     take(report, lines);
     if (!inTime) {
-        report.bad(subject, "no answer within " + std::to_string(CHECK_SECONDS) + " seconds", remedy);
+        report.bad(look.part->subject, "no answer within " + std::to_string(CHECK_SECONDS) + " seconds",
+                   look.part->remedy);
     } else if (WIFSIGNALED(status)) {
-        report.bad(subject, std::string("ended this look by a signal: ") + strsignal(WTERMSIG(status)), remedy);
+        report.bad(look.part->subject, std::string("ended this look by a signal: ") + strsignal(WTERMSIG(status)),
+                   look.part->remedy);
+    }
+}
+
+} // namespace
+
+void checkApart(CheckReport& report, const std::vector<CheckPart>& parts) {
+    const auto deadline = Clock::now() + std::chrono::seconds(CHECK_SECONDS);
+    fflush(stdout);
+    std::vector<Look> looks;
+    for (const CheckPart& part : parts) {
+        looks.push_back(begin(report, part));
+    }
+    for (const Look& look : looks) {
+        if (look.child >= 0) {
+            finish(report, look, deadline);
+        }
+        close(look.findings);
     }
 }
 

@@ -53,6 +53,7 @@ bool isPort(const std::string& text) {
 }
 
 void checkHost(CheckReport& report) {
+    report.good(SOCKET, "not set: host and port are used");
     if (setting(HOST) == "localhost") {
         report.note(HOST, "localhost means the client library's own socket, not the port",
                     "write 127.0.0.1 for the port, or set MYSQL_UNIX_PORT");
@@ -120,9 +121,8 @@ void checkDevices(CheckReport& report, const OFList<Device*>& devices) {
     }
 }
 
-} // namespace
-
-bool checkDatabaseSettings(CheckReport& report) {
+/** True when the database can be asked. */
+bool checkSettings(CheckReport& report) {
     CheckReport own([&](const Finding& finding) { report.add(finding); });
     requireWithValue(own, "DBNAME", "set it to the server's database");
     const char* user = getenv("ARQ_USER");
@@ -135,10 +135,15 @@ bool checkDatabaseSettings(CheckReport& report) {
     }
     checkTable(own, TARGETS, "devices (columns ID, TYPE)");
     checkTable(own, SERVICES, "services (columns DEVICE, SERVICE)");
-    return own.worst() < Verdict::UNKNOWN;
+    return own.worst() < Verdict::BAD;
 }
 
+} // namespace
+
 void checkDatabase(CheckReport& report) {
+    if (!checkSettings(report)) {
+        return;
+    }
     StoreState record("-", ".");
     const std::optional<DatabaseFault> fault = askForDevices(record);
     if (fault.has_value()) {

@@ -60,11 +60,10 @@ std::string setting(const char* variable);
 /** Whether the variable has a value; if not, that is BAD: "not set" or "empty". */
 bool requireSetting(CheckReport& report, const char* variable, const std::string& remedy);
 
-// The parts of the check, one per concern.
+// The parts of the check, one per concern; each runs in a process of its own.
 void checkRepository(CheckReport& report);
 void checkLockDirectory(CheckReport& report);
 void checkPlugin(CheckReport& report);
-bool checkDatabaseSettings(CheckReport& report); ///< whether the database can be asked
 void checkDatabase(CheckReport& report);
 void checkSystemLog(CheckReport& report);
 void checkSnapshot(CheckReport& report);
