@@ -1,3 +1,5 @@
+#include "storestate/Conversion.h"
+
 #include "storestate/DeviceSetFiller.h"
 #include "storestate/StoreState.h"
 #include "storestate/StudyPaths.h"
@@ -10,14 +12,13 @@ namespace {
 
 constexpr char DEFAULT_ARCHIVE_DEVICE[] = "@Archive-@TOP";
 
-/** The first word of a line of the legacy list; empty for blank lines and comments. */
-OFString firstWord(std::string_view line) {
-    const auto* begin = std::find_if_not(line.begin(), line.end(), storestate::isWhiteSpace);
-    const auto* end = std::find_if(begin, line.end(), storestate::isWhiteSpace);
+} // namespace
+
+OFString storestate::legacyDevice(std::string_view line) {
+    const auto* begin = std::find_if_not(line.begin(), line.end(), isWhiteSpace);
+    const auto* end = std::find_if(begin, line.end(), isWhiteSpace);
     return begin != end && *begin == '#' ? OFString() : OFString(begin, static_cast<size_t>(end - begin));
 }
-
-} // namespace
 
 void StoreState::convert() {
     if (version != 0) {
@@ -38,7 +39,7 @@ void StoreState::convert() {
         storestate::DeviceSetFiller forward(forwardDevices);
         std::string_view line;
         while (list.next(line)) {
-            const OFString name = firstWord(line);
+            const OFString name = storestate::legacyDevice(line);
             if (!name.empty()) {
                 forward.add(name);
             }

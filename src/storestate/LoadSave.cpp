@@ -38,7 +38,7 @@ bool StoreState::load() {
         semaphore.lock(LOCK_SECONDS);
     }
     OFString path;
-    if (!readStored(path, stderr)) {
+    if (!readStored(path, diagnostics)) {
         return false;
     }
     if (version <= 0) {

@@ -155,6 +155,7 @@ public:
     QXSemaphore semaphore;
     OFList<StoreDevice*> autoForwardDevices; ///< owned
     bool useLock = true;                     ///< load(), save() and release() operate `semaphore`
+    FILE* diagnostics = stderr;              ///< where load() reports lines without a known key; null: nowhere
 
 private:
     void requireRepository() const;

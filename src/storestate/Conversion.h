@@ -1,0 +1,15 @@
+#ifndef STORESTATE_CONVERSION_H
+#define STORESTATE_CONVERSION_H
+
+#include <dcmtk/config/osconfig.h>
+#include <dcmtk/ofstd/ofstring.h>
+#include <string_view>
+
+namespace storestate {
+
+/** The device that a line of the legacy forward list names, its first word; empty for blank lines and comments. */
+OFString legacyDevice(std::string_view line);
+
+} // namespace storestate
+
+#endif
