@@ -1,5 +1,6 @@
 #include "locks/LockFiles.h"
 
+#include "process/Users.h"
 #include "storestate/FileError.h"
 #include "storestate/StoreState.h"
 
@@ -7,20 +8,32 @@
 #include <cerrno>
 #include <ctime>
 #include <dirent.h>
+#include <iterator>
 #include <memory>
-#include <pwd.h>
 #include <sys/stat.h>
 
 namespace storestate {
 namespace {
 
-std::string userName(uid_t id) {
-    const passwd* entry = getpwuid(id);
-    return entry != nullptr ? entry->pw_name : std::to_string(id);
-}
+constexpr int64_t CLOCK_DIFFERENCE = 60; ///< seconds by which a file server's clock may be ahead
+constexpr int64_t NANOSECONDS = 1000000000;
 
 std::string lockPath(const std::string& study) {
     return StoreState(study.c_str(), "").semaphore.path();
+}
+
+int64_t age(time_t changed) {
+    const auto seconds = static_cast<int64_t>(time(nullptr)) - static_cast<int64_t>(changed);
+    return seconds < 0 && seconds >= -CLOCK_DIFFERENCE ? 0 : seconds;
+}
+
+bool isOlder(const LockFile& left, const LockFile& right) {
+    const bool leftIsOld = left.ageSeconds < 0;
+    const bool rightIsOld = right.ageSeconds < 0;
+    if (leftIsOld != rightIsOld) {
+        return leftIsOld;
+    }
+    return left.ageSeconds != right.ageSeconds ? left.ageSeconds > right.ageSeconds : left.study < right.study;
 }
 
 } // namespace
@@ -29,10 +42,9 @@ std::optional<LockFile> findLock(const std::string& study) {
     const std::string path = lockPath(study);
     struct stat status;
     errno = 0;
-    if (stat(path.c_str(), &status) == 0) {
-        const auto age = static_cast<int64_t>(time(nullptr)) - static_cast<int64_t>(status.st_mtime);
-        const int64_t takenAt = static_cast<int64_t>(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
-        return LockFile{study, path, std::max<int64_t>(age, 0), userName(status.st_uid), takenAt};
+    if (lstat(path.c_str(), &status) == 0) { // as exclusive creation sees it
+        const int64_t takenAt = static_cast<int64_t>(status.st_mtim.tv_sec) * NANOSECONDS + status.st_mtim.tv_nsec;
+        return LockFile{study, path, age(status.st_mtime), userName(status.st_uid), takenAt};
     }
     if (errno != ENOENT) {
         throwFileError("Reading lock failed: ", path.c_str());
@@ -60,23 +72,20 @@ std::vector<LockFile> findLocks() {
             }
         }
     }
-    std::sort(locks.begin(), locks.end(), [](const LockFile& left, const LockFile& right) {
-        return left.ageSeconds != right.ageSeconds ? left.ageSeconds > right.ageSeconds : left.study < right.study;
-    });
+    std::sort(locks.begin(), locks.end(), isOlder);
     return locks;
 }
 
-std::string ageText(int64_t seconds) {
-    const int64_t minutes = seconds / 60;
-    const int64_t hours = minutes / 60;
-    if (minutes == 0) {
-        return std::to_string(seconds) + " s";
-    }
-    if (hours == 0) {
-        return std::to_string(minutes) + " min";
-    }
-    return hours < 48 ? std::to_string(hours) + " h " + std::to_string(minutes % 60) + " min"
-                      : std::to_string(hours / 24) + " d " + std::to_string(hours % 24) + " h";
+std::vector<LockFile> olderThan(const std::vector<LockFile>& locks, int64_t seconds) {
+    std::vector<LockFile> old;
+    std::copy_if(locks.begin(), locks.end(), std::back_inserter(old),
+                 [=](const LockFile& lock) { return lock.ageSeconds < 0 || lock.ageSeconds >= seconds; });
+    return old;
+}
+
+std::string holderText(const LockFile& lock) {
+    return "held " + (lock.ageSeconds < 0 ? "" : "for " + ageText(lock.ageSeconds) + " ") + "by " + lock.user +
+           (lock.ageSeconds < 0 ? ", dated in the future" : "");
 }
 
 } // namespace storestate
