@@ -1,13 +1,17 @@
+#include "bulk/BulkRun.h"
+#include "bulk/StudyList.h"
 #include "commands/Commands.h"
 #include "commands/Failure.h"
+#include "commands/StudyWork.h"
+#include "record/RecordChange.h"
+#include "record/StoredRecord.h"
+#include "storestate/FileError.h"
 #include "storestate/RecordFormat.h"
 #include "terminal/Interruption.h"
-#include "terminal/Progress.h"
-#include "terminal/Terminal.h"
 
-#include <iostream>
-#include <set>
-#include <sstream>
+#include <cerrno>
+#include <ctime>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
@@ -15,119 +19,102 @@ namespace {
 /** What has become of the studies. */
 struct Counts {
     size_t converted = 0;
+    size_t withNothingSet = 0; ///< of those converted
     size_t unchanged = 0;
     size_t failed = 0;
-
-    size_t all() const { return converted + unchanged + failed; }
 };
 
-/** The identifiers to work on; "-" stands for the lines of standard input, blank ones passed over. */
-std::vector<std::string> collect(const std::vector<std::string>& studies) {
-    std::vector<std::string> all;
-    for (const std::string& study : studies) {
-        std::string line;
-        while (study == "-" && std::getline(std::cin, line)) {
-            line.erase(line.find_last_not_of(" \t\r") + 1);
-            if (!line.empty()) {
-                all.push_back(line);
-            }
-        }
-        if (study != "-") {
-            all.push_back(study);
-        }
-    }
-    return all;
-}
-
-std::vector<std::string> lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> found;
-    for (std::string line; std::getline(stream, line);) {
-        found.push_back(line);
-    }
-    return found;
-}
-
-/** The lines of a record that go and those that come. */
-void printChange(const std::string& study, const std::string& before, const std::string& after) {
-    const std::vector<std::string> old = lines(before);
-    const std::vector<std::string> changed = lines(after);
-    const std::set<std::string> oldSet(old.begin(), old.end());
-    const std::set<std::string> changedSet(changed.begin(), changed.end());
-    const Style style(stdout);
-    printf("%s\n", style.title(printable(study)).c_str());
-    for (const std::string& line : old) {
-        if (changedSet.count(line) == 0) {
-            printf("  %s\n", style.bad("- " + printable(line)).c_str());
-        }
-    }
-    for (const std::string& line : changed) {
-        if (oldSet.count(line) == 0) {
-            printf("  %s\n", style.good("+ " + printable(line)).c_str());
-        }
+/** Keeps a damaged record under a second name, which tells the time. */
+void keepOriginal(const std::string& path) {
+    char date[32];
+    const time_t now = time(nullptr);
+    struct tm utc = {};
+    strftime(date, sizeof date, "%Y%m%dT%H%M%SZ", gmtime_r(&now, &utc));
+    const std::string copy = path + ".damaged." + date;
+    errno = 0;
+    if (link(path.c_str(), copy.c_str()) != 0) {
+        throwFileError("Keeping the original failed: ", copy.c_str());
     }
 }
 
-/** Converts one study under its lock, or finds out without the lock what would change. True: its record changes. */
-bool convertStudy(const std::string& study, bool dryRun, bool& exists) {
-    StoreState state(study.c_str(), "");
-    state.useLock = !dryRun;
-    exists = state.load();
-    if (!exists) {
-        return false;
+enum class Outcome { CONVERTED, UNCHANGED, FAILED };
+
+/** One study of the run. */
+class Conversion {
+public:
+    Conversion(const ConvertRequest& conversionRequest, const std::string& studyId, Counts& runCounts)
+        : request(conversionRequest), study(studyId), counts(runCounts), record(studyId) {}
+
+    int run(const Patience& patience) {
+        StoreState state(study.c_str(), "");
+        state.diagnostics = nullptr;
+        if (!record.read()) {
+            return complain(study, record.absence(), STATUS_EXISTENCE);
+        }
+        int status = prepareWriting(record);
+        if (status == STATUS_DONE && !request.dryRun) {
+            status = takeLock(state, patience);
+        }
+        return status == STATUS_DONE ? convert(state) : status;
     }
-    StoreState stored(study.c_str(), "");
-    OFString path;
-    stored.readStored(path, nullptr);
-    const std::string before = formatRecord(stored);
-    const std::string after = formatRecord(state);
-    if (before != after && dryRun) {
-        requireReadable(state, after);
-        printChange(study, before, after);
-    } else if (before != after) {
+
+private:
+    int convert(StoreState& state) {
+        StoredRecord current(study); // as it is under the lock
+        if (!current.read()) {
+            return complain(study, current.absence(), STATUS_EXISTENCE);
+        }
+        reportInvalidLines(current);
+        const std::string objection = current.text.objection();
+        if (!objection.empty() && !request.damaged) {
+            return complain(study, objection + " --damaged converts it and keeps the original.", STATUS_FAILED);
+        }
+        const std::string before = formatRecord(current.state);
+        const std::string after = convertedText(study);
+        const bool changes = before != after || !objection.empty();
+        if (changes && request.dryRun) {
+            printChange(study, before, after);
+        } else if (changes) {
+            replace(state, current);
+        }
+        ++(changes ? counts.converted : counts.unchanged);
+        counts.withNothingSet += changes && current.text.setsNothing ? 1 : 0;
+        return STATUS_DONE;
+    }
+
+    void replace(StoreState& state, const StoredRecord& current) const {
+        state.useLock = false; // it is taken already
+        state.load();
+        if (!current.text.objection().empty()) {
+            keepOriginal(current.path);
+        }
+        state.useLock = true; // to be given back
         saveOrThrow(state);
     }
-    return before != after;
-}
 
-int convertCounted(const std::string& study, bool dryRun, Counts& counts) {
-    const int status = guarded(study, [&]() -> int {
-        bool exists = false;
-        const bool changed = convertStudy(study, dryRun, exists);
-        if (!exists) {
-            return complain(study, "The record does not exist.", STATUS_EXISTENCE);
-        }
-        ++(changed ? counts.converted : counts.unchanged);
-        return STATUS_DONE;
-    });
-    counts.failed += status != STATUS_DONE ? 1 : 0;
-    return status;
-}
+    const ConvertRequest& request;
+    std::string study;
+    Counts& counts;
+    StoredRecord record;
+};
 
 } // namespace
 
-int convertRecords(const std::vector<std::string>& arguments, bool dryRun) {
+int convertRecords(const ConvertRequest& request) {
     return guarded("convert", [&]() -> int {
-        requirePlugin();
-        const std::vector<std::string> studies = collect(arguments);
+        const Studies studies = collectStudies(request.studies);
         const Interruption interruption;
         Counts counts;
-        int status = STATUS_DONE;
-        {
-            Progress progress(dryRun ? 0 : studies.size());
-            for (const std::string& study : studies) {
-                status = combined(status, convertCounted(study, dryRun, counts));
-                progress.update(counts.all(), counts.failed);
-                if (interruption.signal() != 0) {
-                    break;
-                }
-            }
-        }
-        printf("%s %zu, unchanged %zu, failed %zu, of %zu\n", dryRun ? "would be converted" : "converted",
+        const BulkRun run = {"convert", request.lockSeconds, !request.dryRun};
+        const int status = workThrough(run, studies, [&](const std::string& study, const Patience& patience) {
+            const int result = guarded(study, [&] { return Conversion(request, study, counts).run(patience); });
+            counts.failed += result != STATUS_DONE && result != PUT_BACK && result != Interruption::status() ? 1 : 0;
+            return result;
+        });
+        printf("%s %zu, unchanged %zu, failed %zu, of %zu\n", request.dryRun ? "would be converted" : "converted",
                counts.converted, counts.unchanged, counts.failed, studies.size());
-        if (counts.all() < studies.size()) {
-            return complain("convert", "Interrupted after " + std::to_string(counts.all()) + " studies.",
-                            STATUS_FAILED);
+        if (counts.withNothingSet > 0) {
+            printf("with nothing set before: %zu\n", counts.withNothingSet);
         }
         return status;
     });

@@ -1,6 +1,13 @@
+#include "bulk/BulkRun.h"
 #include "commands/Commands.h"
 #include "commands/Failure.h"
+#include "commands/StudyWork.h"
+#include "diagnosis/Explanation.h"
+#include "record/RecordChange.h"
 #include "record/RecordView.h"
+#include "record/StoredRecord.h"
+#include "storestate/RecordFormat.h"
+#include "storestate/StudyPaths.h"
 
 #include <ctime>
 #include <sys/stat.h>
@@ -11,7 +18,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /** "2026-03-01 14:05:09"; empty when the file is gone. */
-std::string modificationTime(const OFString& path) {
+std::string modificationTime(const std::string& path) {
     struct stat status;
     char text[64] = "";
     if (stat(path.c_str(), &status) == 0) {
@@ -21,49 +28,75 @@ std::string modificationTime(const OFString& path) {
     return text;
 }
 
-void print(const StoreState& state, const OFString& path) {
+/** What becomes of a record of the earlier generation, and the list that it takes in. */
+void printConversion(const StoredRecord& record, const Style& style) {
+    const std::vector<std::string> names = record.legacyNames();
+    std::string list;
+    for (const std::string& name : names) {
+        list += " " + printable(name);
+    }
+    const std::string path = legacyListPath(record.directory.c_str()).c_str();
+    if (!names.empty()) {
+        printf("  %s%s\n", style.faint("Separate forward list").c_str(), list.c_str());
+        printf("  %s\n", style.faint(printable(path)).c_str());
+    }
+    fflush(stdout); // the database may let us wait
+    try {
+        const std::string study = record.state.studyId.c_str();
+        printf("\n  A conversion would make of it:\n%s\n",
+               changeText(formatRecord(record.state), convertedText(study), style).c_str());
+    } catch (const QXException& failure) {
+        printf("\n  A conversion would fail: %s\n\n",
+               printable(explained(failure, record.state.studyId.c_str())).c_str());
+    }
+}
+
+void print(const StoredRecord& record) {
     const Style style(stdout);
-    printf("%s  %s\n", style.title(printable(state.studyId.c_str())).c_str(),
-           style.faint(printable(path.c_str()) + "  " + modificationTime(path)).c_str());
-    printf("%s\n", recordPicture(state, style).c_str());
+    printf("%s  %s\n", style.title(printable(record.state.studyId.c_str())).c_str(),
+           style.faint(printable(record.path) + "  " + modificationTime(record.path)).c_str());
+    printf("%s\n", recordPicture(record.state, style).c_str());
+    if (record.isEarlier()) {
+        printConversion(record, style);
+    }
+}
+
+Json toJson(const StoredRecord& record) {
+    Json json = {{"study", record.state.studyId.c_str()}, {"file", record.path}, {"record", recordJson(record.state)}};
+    if (record.isEarlier()) {
+        json["legacyForwardDevices"] = record.legacyNames();
+    }
+    return json;
 }
 
 int showRecord(const std::string& study, Json* list) {
     return guarded(study, [&]() -> int {
-        StoreState state(study.c_str(), "");
-        OFString path;
-        if (!state.readStored(path, stderr)) {
-            return complain(study,
-                            path.empty() ? "The record does not exist: the repository does not know the study, unless "
-                                           "the system log tells of a failure."
-                                         : std::string("The record does not exist: ") + path.c_str(),
-                            STATUS_EXISTENCE);
+        StoredRecord record(study);
+        if (!record.read()) {
+            return complain(study, record.absence(), STATUS_EXISTENCE);
         }
+        reportInvalidLines(record);
         if (list != nullptr) {
-            list->push_back({{"study", study}, {"file", path.c_str()}, {"record", recordJson(state)}});
+            list->push_back(toJson(record));
         } else {
-            print(state, path);
+            print(record);
         }
-        return STATUS_DONE;
+        const std::string objection = record.text.objection();
+        return objection.empty() ? STATUS_DONE : complain(study, objection, STATUS_FAILED);
     });
 }
 
 } // namespace
 
-int showRecords(const std::vector<std::string>& studies, bool asJson) {
-    const auto showAll = [&]() -> int {
-        requirePlugin();
-        Json list = Json::array();
-        int status = STATUS_DONE;
-        for (const std::string& study : studies) {
-            status = combined(status, showRecord(study, asJson ? &list : nullptr));
-        }
-        if (asJson) {
-            printf("%s\n", list.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
-        }
-        return status;
-    };
-    return guarded(studies.front(), showAll);
+int showRecords(const Studies& studies, bool asJson) {
+    Json list = Json::array();
+    const int status = workThrough({"show"}, studies, [&](const std::string& study, const Patience& /*unlocked*/) {
+        return showRecord(study, asJson ? &list : nullptr);
+    });
+    if (asJson) {
+        printf("%s", jsonText(list).c_str());
+    }
+    return status;
 }
 
 } // namespace storestate

@@ -2,8 +2,11 @@
 
 #include "storestate/RecordFormat.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <langinfo.h>
+#include <string_view>
 #include <vector>
 
 namespace storestate {
@@ -28,6 +31,20 @@ constexpr size_t PEN_WIDTH = 5;
 constexpr size_t LABEL_WIDTH = 9;
 constexpr size_t KEY_WIDTH = 13;
 
+/** Where the picture shows a property. */
+struct Place {
+    enum Kind { SOURCE, OWNER, BRANCH } kind;
+    std::string_view key;
+    const char* label; ///< of a branch
+};
+
+/** What stands here is drawn, in this order; all the rest is listed. */
+constexpr Place PLACES[] = {
+    {Place::SOURCE, "SourceDevice", ""},          {Place::OWNER, "OwnerDevice", ""},
+    {Place::BRANCH, "ArchiveDevice", "archive"},  {Place::BRANCH, "StagedDevices", "staged"},
+    {Place::BRANCH, "ForwardDevices", "forward"},
+};
+
 /** Devices in one role. */
 struct Branch {
     const char* label;
@@ -50,32 +67,65 @@ Names names(const Devices& devices) {
     return found;
 }
 
-std::string padded(const std::string& word, size_t width) {
-    return word + std::string(word.size() < width ? width - word.size() : 1, ' ');
+/** What stands behind the property's key, a name for each device; none for a property that is not set. */
+Names values(const RecordProperty& property) {
+    if (const auto* number = std::get_if<int32_t>(&property.value)) {
+        return {*number != 0 ? std::to_string(*number) : "none: a record of the earlier generation"};
+    }
+    if (const auto* marking = std::get_if<bool>(&property.value)) {
+        return *marking ? Names{"yes"} : Names();
+    }
+    if (const auto* devices = std::get_if<const Devices*>(&property.value)) {
+        return names(**devices);
+    }
+    const OFString& value = *std::get<const OFString*>(property.value);
+    return value.empty() ? Names() : Names{text(value)};
+}
+
+Names valuesOf(const StoreState& state, std::string_view key) {
+    for (const RecordProperty& property : recordProperties(state)) {
+        if (property.key == key) {
+            return values(property);
+        }
+    }
+    return {};
+}
+
+/** The one device in a place; empty for none. */
+std::string deviceIn(const StoreState& state, Place::Kind kind) {
+    for (const Place& place : PLACES) {
+        const Names found = place.kind == kind ? valuesOf(state, place.key) : Names();
+        if (!found.empty()) {
+            return found.front();
+        }
+    }
+    return "";
 }
 
 std::vector<Branch> branches(const StoreState& state) {
-    const Names archive = state.archiveDevice.empty() ? Names() : Names{text(state.archiveDevice)};
     std::vector<Branch> found;
-    for (const Branch& branch : {Branch{"archive", archive}, Branch{"staged", names(state.stagedDevices)},
-                                 Branch{"forward", names(state.forwardDevices)}}) {
-        if (!branch.devices.empty()) {
-            found.push_back(branch);
+    for (const Place& place : PLACES) {
+        const Names devices = place.kind == Place::BRANCH ? valuesOf(state, place.key) : Names();
+        if (!devices.empty()) {
+            found.push_back({place.label, devices});
         }
     }
     return found;
 }
 
+bool isDrawn(const RecordProperty& property) {
+    return std::any_of(std::begin(PLACES), std::end(PLACES),
+                       [&](const Place& place) { return place.key == property.key; });
+}
+
 std::string ownerText(const StoreState& state) {
-    if (!state.ownerDevice.empty()) {
-        return text(state.ownerDevice);
-    }
-    return state.studyOwner ? "(owned locally)" : "(no owner)";
+    const std::string owner = deviceIn(state, Place::OWNER);
+    return !owner.empty() ? owner : state.studyOwner ? "(owned locally)" : "(no owner)";
 }
 
 std::string devicePicture(const StoreState& state, const Style& style) {
     const Pen& with = pen();
-    const std::string source = text(state.sourceDevice);
+    const std::string source = deviceIn(state, Place::SOURCE);
     const std::string owner = ownerText(state);
     const std::string indent(2 + (source.empty() ? 0 : source.size() + PEN_WIDTH) + owner.size(), ' ');
     std::string picture = "  " + (source.empty() ? "" : source + with.arrow) + style.title(owner);
@@ -94,23 +144,12 @@ std::string devicePicture(const StoreState& state, const Style& style) {
     return picture + "\n";
 }
 
-/** Whether the picture shows the property, so that it need not be listed. */
-bool isDrawn(const StoreState& state, const RecordProperty& property) {
-    if (const auto* value = std::get_if<const OFString*>(&property.value)) {
-        return *value == &state.ownerDevice || *value == &state.sourceDevice || *value == &state.archiveDevice;
+std::string joined(const Names& words) {
+    std::string all;
+    for (const std::string& word : words) {
+        all += (all.empty() ? "" : " ") + word;
     }
-    return std::holds_alternative<const Devices*>(property.value);
-}
-
-/** What stands behind the property's key; nothing for one that is not set. */
-std::string valueText(const RecordProperty& property) {
-    if (const auto* number = std::get_if<int32_t>(&property.value)) {
-        return *number != 0 ? std::to_string(*number) : "none: a record of the earlier generation";
-    }
-    if (const auto* marking = std::get_if<bool>(&property.value)) {
-        return *marking ? "yes" : "";
-    }
-    return text(*std::get<const OFString*>(property.value));
+    return all;
 }
 
 } // namespace
@@ -138,9 +177,9 @@ nlohmann::ordered_json recordJson(const StoreState& state) {
 std::string recordPicture(const StoreState& state, const Style& style) {
     std::string picture = devicePicture(state, style) + "\n";
     for (const RecordProperty& property : recordProperties(state)) {
-        const std::string value = isDrawn(state, property) ? "" : valueText(property);
-        if (!value.empty()) {
-            picture += "  " + style.faint(padded(std::string(property.key), KEY_WIDTH)) + value + "\n";
+        const Names found = isDrawn(property) ? Names() : values(property);
+        if (!found.empty()) {
+            picture += "  " + style.faint(padded(std::string(property.key), KEY_WIDTH)) + joined(found) + "\n";
         }
     }
     return picture;

@@ -31,7 +31,7 @@ Interruption::~Interruption() {
     }
 }
 
-int Interruption::signal() const {
+int Interruption::signal() {
     return noted;
 }
 

@@ -15,7 +15,10 @@ public:
     ~Interruption();
 
     /** The number of the signal that came; 0 when none did. */
-    int signal() const;
+    static int signal();
+
+    /** The exit status that tells of it, as a shell would. */
+    static int status() { return 128 + signal(); }
 };
 
 } // namespace storestate

@@ -2,15 +2,27 @@
 
 #include "terminal/Terminal.h"
 
-#include <string>
+#include <algorithm>
 
 namespace storestate {
 namespace {
 
-constexpr size_t WIDTH = 40;
+constexpr size_t LONGEST_BAR = 40;
 constexpr std::chrono::milliseconds PAUSE(50);
 
 } // namespace
+
+std::string progressLine(size_t done, size_t failed, size_t total, size_t width) {
+    const std::string numbers =
+        std::to_string(done) + "/" + std::to_string(total) + ", " + std::to_string(failed) + " failed";
+    const size_t used = numbers.size() + 4; // brackets, a blank, and the last column, where a terminal may wrap
+    if (width <= used) {
+        return numbers.substr(0, width > 0 ? width - 1 : 0);
+    }
+    const size_t bar = std::min(LONGEST_BAR, width - used);
+    const size_t filled = done * bar / total;
+    return "[" + std::string(filled, '#') + std::string(bar - filled, '.') + "] " + numbers;
+}
 
 Progress::Progress(size_t count) : visible(isTerminal(stderr) && count > 1), total(count) {
 }
@@ -28,9 +40,7 @@ void Progress::update(size_t done, size_t failed) {
         return;
     }
     lastDrawn = now;
-    const size_t filled = done * WIDTH / total;
-    const std::string bar = std::string(filled, '#') + std::string(WIDTH - filled, '.');
-    fprintf(stderr, "\r[%s] %zu/%zu, %zu failed", bar.c_str(), done, total, failed);
+    fprintf(stderr, "\r%s", progressLine(done, failed, total, terminalWidth(stderr)).c_str());
     fflush(stderr);
 }
 

@@ -3,8 +3,12 @@
 
 #include <chrono>
 #include <cstddef>
+#include <string>
 
 namespace storestate {
+
+/** The bar and its numbers, in less than `width` columns; in a narrow terminal the numbers alone. */
+std::string progressLine(size_t done, size_t failed, size_t total, size_t width);
 
 /** A progress bar on standard error, drawn only when that is a terminal, and gone with the object. */
 class Progress {

@@ -1,6 +1,8 @@
-/** What depends on whether a person reads along. */
+/** What depends on whether a person reads along, and whether anybody does. */
 #ifndef TOOLS_TERMINAL_TERMINAL_H
 #define TOOLS_TERMINAL_TERMINAL_H
+
+#include "terminal/Text.h"
 
 #include <cstdio>
 #include <string>
@@ -26,11 +28,17 @@ private:
 
 bool isTerminal(FILE* stream);
 
-/** `text` without what would steer a terminal: each control character becomes a question mark. */
-std::string printable(const std::string& text);
+/** Columns of the terminal behind the stream; 80 when it does not say. */
+size_t terminalWidth(FILE* stream);
 
 /** Asks on the terminal; true for an answer that begins with "y". */
 bool confirmed(const std::string& question);
+
+/** Prints a line about one study on standard error, over a progress bar: "storestate: <study>: <text>". */
+void printRemark(const std::string& study, const std::string& text);
+
+/** Why what was printed did not arrive, be it a full disk or a closed pipe; empty when all did so far. */
+std::string outputFault();
 
 } // namespace storestate
 

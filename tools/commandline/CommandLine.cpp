@@ -1,0 +1,96 @@
+#include "commandline/CommandLine.h"
+
+#include "commandline/Completion.h"
+#include "commands/Failure.h"
+#include "process/Identity.h"
+#include "process/ServerEnvironment.h"
+#include "terminal/Suggestion.h"
+#include "terminal/Terminal.h"
+
+#include <algorithm>
+
+namespace storestate {
+namespace {
+
+bool contains(const Words& words, const std::string& word) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+/** Takes what stands behind the first "--" away from the parser. */
+Words splitOff(Words words, Request& request) {
+    const auto separator = std::find(words.begin(), words.end(), "--");
+    request.hasSeparator = separator != words.end();
+    if (request.hasSeparator) {
+        request.behindSeparator.assign(separator + 1, words.end());
+        words.erase(separator, words.end());
+    }
+    return words;
+}
+
+/** What was probably meant by a line that the parser refuses; empty when nobody knows. */
+std::string hint(const CLI::App& app, const Words& words) {
+    if (words.empty() || !contains(commandNames(app), words.front())) {
+        return words.empty() ? "" : suggestion(words.front(), commandNames(app));
+    }
+    const Words options = optionNames(*app.get_subcommand(words.front()));
+    const Words recordOptions = words.front() == "modify" ? modifyOptionNames() : Words();
+    for (const std::string& word : words) {
+        if (contains(recordOptions, word) && !contains(options, word)) {
+            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + word + " VALUE";
+        }
+        if (word.front() == '-' && !contains(options, word)) {
+            return suggestion(word, options);
+        }
+    }
+    return "";
+}
+
+int refuse(const CLI::App& app, const CLI::ParseError& refused, const Words& words) {
+    if (app.exit(refused) == 0) {
+        return STATUS_DONE; // --help and --version
+    }
+    const std::string meant = hint(app, words);
+    if (!meant.empty()) {
+        fprintf(stderr, "%s\n", printable(meant.substr(1)).c_str());
+    }
+    // A monitoring system takes 2 for a fault that was found.
+    return contains(words, "--monitor") ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_USAGE);
+}
+
+/** Takes environment and identity over, in this order: another's environment is root's to read. */
+int prepare(Request& request, const std::string& command) {
+    std::string fault = takeEnvironment(request.process, request.environmentFiles);
+    fault = fault.empty() ? missingVariables(request.variables) : fault;
+    if (fault.empty() && (request.rights != Rights::CALLER || !request.user.empty())) {
+        fault = takeIdentity(request.user);
+        if (request.rights == Rights::OWNER_IF_POSSIBLE && request.user.empty()) {
+            request.check.identityFault.swap(fault);
+        }
+    }
+    return fault.empty() ? STATUS_DONE : complain(command, fault + ".", STATUS_FAILED);
+}
+
+} // namespace
+
+int runCommandLine(const Words& words) {
+    if (!words.empty() && words.front() == COMPLETION_COMMAND) {
+        return complete({words.begin() + 1, words.end()});
+    }
+    Request request;
+    CLI::App app("Looks after the store-state records of a DICOM archive.", "storestate");
+    app.set_version_flag("--version", STORESTATE_VERSION);
+    app.require_subcommand(1);
+    app.footer("storestate COMMAND --help tells more.");
+    describeCommands(app, request);
+    Words parsed = splitOff(words, request);
+    try {
+        std::reverse(parsed.begin(), parsed.end()); // as the parser wants them
+        app.parse(parsed);
+        const int status = prepare(request, app.get_subcommands().front()->get_name());
+        return status == STATUS_DONE ? request.run() : status;
+    } catch (const CLI::ParseError& refused) {
+        return refuse(app, refused, words);
+    }
+}
+
+} // namespace storestate

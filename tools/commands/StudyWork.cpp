@@ -1,0 +1,76 @@
+#include "commands/StudyWork.h"
+
+#include "commands/Failure.h"
+#include "locks/LockFiles.h"
+#include "locks/LockWait.h"
+#include "process/Identity.h"
+#include "support/QXException.h"
+#include "terminal/Interruption.h"
+#include "terminal/Terminal.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace storestate {
+namespace {
+
+/** Whose lock it is and what to do; empty when it has just been given back. */
+std::string obstacle(const std::string& study) {
+    const std::optional<LockFile> lock = findLock(study);
+    return lock.has_value() ? holderText(*lock) + ", file " + lock->path +
+                                  "; if that process is gone, remove it: storestate unlock " + shellWord(study)
+                            : "";
+}
+
+} // namespace
+
+int takeLock(StoreState& state, const Patience& patience) {
+    const std::string study = state.studyId.c_str();
+    switch (waitForLock(state.semaphore, patience.seconds,
+                        [&] { printRemark(study, "Waiting for the lock, " + obstacle(study)); })) {
+    case LockWait::TAKEN:
+        return STATUS_DONE;
+    case LockWait::INTERRUPTED:
+        printRemark(study, "Interrupted while waiting for the lock; nothing was changed.");
+        return Interruption::status();
+    default:
+        return patience.putBack
+                   ? PUT_BACK
+                   : complain(study, "Timeout Exception: [1] Semaphore timed out: " + obstacle(study), STATUS_TIMEOUT);
+    }
+}
+
+int reportLock(const std::string& study) {
+    const std::string text = obstacle(study);
+    return text.empty() ? STATUS_DONE : complain(study, "The study is locked: " + text, STATUS_TIMEOUT);
+}
+
+void reportInvalidLines(const StoredRecord& record) {
+    for (const std::string& line : record.text.invalidLines) {
+        printRemark(record.state.studyId.c_str(), "Invalid line: " + line + " (in " + record.path + ")");
+    }
+}
+
+int prepareWriting(const StoredRecord& record) {
+    const std::string study = record.state.studyId.c_str();
+    for (const std::string& path : {record.directory, record.path}) {
+        const std::string foreign = path.empty() ? "" : foreignOwner(path);
+        if (!foreign.empty()) {
+            return complain(study, foreign, STATUS_FAILED);
+        }
+    }
+    const char* root = getenv("REPOSITORY_DICOM_DATA");
+    fitUmask(record.path.empty() && root != nullptr ? root : record.path);
+    return STATUS_DONE;
+}
+
+void saveOrThrow(StoreState& state) {
+    errno = 0;
+    if (!state.save()) {
+        const int error = errno;
+        throw QXIOException(error, std::string("Creating the temporary record file failed: ") + strerror(error));
+    }
+}
+
+} // namespace storestate
