@@ -47,6 +47,9 @@ std::string rendered(const CheckReport& report, const CheckOptions& options) {
 
 int checkEnvironment(const CheckOptions& options) {
     CheckReport report;
+    if (!options.identityFault.empty()) {
+        report.note("user", "root, not the server's: " + options.identityFault, "");
+    }
     lookAtAll(report);
     const std::string text = rendered(report, options);
     const bool printed = fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0;

@@ -35,7 +35,7 @@ CLI::App* addCommand(CLI::App& app, Request& request, const Command& command) {
         ->group(group);
     added->add_option("--env-file", request.environmentFiles, "take them from this file, as systemd reads it")
         ->option_text("FILE")
-        ->expected(1)
+        ->allow_extra_args(false)
         ->group(group);
     return added;
 }

@@ -5,6 +5,7 @@
 #include "record/StoredRecord.h"
 #include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
+#include "storestate/StudyPaths.h"
 #include "terminal/Interruption.h"
 #include "terminal/Suggestion.h"
 #include "terminal/Terminal.h"
@@ -59,22 +60,31 @@ void applyOptions(StoreState& state, const std::vector<std::string>& options) {
     }
 }
 
-/** Why nothing can be written to the nearest directory that exists on the way to `path`; empty when it can. */
-std::string writingFault(std::string path) {
-    while (access(path.c_str(), F_OK) != 0 && path.find('/') != std::string::npos && path != "/") {
-        path.erase(std::max<size_t>(path.rfind('/'), 1));
-    }
-    return access(path.c_str(), W_OK | X_OK) != 0 ? path + ": " + strerror(errno) : "";
+/** Why nothing can be written in the directory; empty when something can. */
+std::string writingFault(const std::string& directory) {
+    return access(directory.c_str(), W_OK | X_OK) != 0 ? directory + ": " + strerror(errno) : "";
+}
+
+/** The directory in which a save would begin to write: the deepest of the study's that is there, or the root. */
+std::string firstDirectory(const StoredRecord& record) {
+    const std::string info = infoDirectoryPath(record.directory.c_str()).c_str();
+    return record.directory.empty()          ? record.state.repository.c_str()
+           : access(info.c_str(), F_OK) == 0 ? info
+                                             : record.directory;
 }
 
 /** Says why saving would fail for reasons outside the record. */
 int reportObstacles(const ModifyRequest& request, const StoredRecord& record) {
-    const char* root = getenv("REPOSITORY_DICOM_DATA");
-    const std::string directory = record.directory.empty() ? root : record.directory + "/.info";
-    int status = STATUS_DONE;
-    for (const std::string& fault :
-         {writingFault(directory), request.lockHeld ? "" : writingFault(record.state.semaphore.lockDir)}) {
-        status = fault.empty() ? status : complain(request.study, "Writing would fail: " + fault, STATUS_FAILED);
+    std::vector<std::string> directories = {firstDirectory(record)};
+    if (!request.lockHeld) {
+        directories.push_back(record.state.semaphore.lockDir);
+    }
+    int status = request.lockHeld ? STATUS_DONE : reportLock(request.study);
+    for (const std::string& directory : directories) {
+        const std::string fault = writingFault(directory);
+        if (!fault.empty()) {
+            status = combined(status, complain(request.study, "Writing would fail: " + fault, STATUS_FAILED));
+        }
     }
     return status;
 }
@@ -103,7 +113,7 @@ int tryModification(const ModifyRequest& request, const StoredRecord& record, bo
     const std::string after = formatRecord(state);
     requireReadable(state, after);
     printChange(request.study, exists ? formatRecord(record.state) : "", after);
-    return combined(reportObstacles(request, record), request.lockHeld ? STATUS_DONE : reportLock(request.study));
+    return reportObstacles(request, record);
 }
 
 int modify(const ModifyRequest& request, StoreState& state) {

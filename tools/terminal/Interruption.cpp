@@ -21,7 +21,11 @@ Interruption::Interruption() {
     action.sa_handler = note;
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
     for (const int number : SIGNALS) {
-        sigaction(number, &action, nullptr);
+        struct sigaction before = {};
+        sigaction(number, &action, &before);
+        if (number == SIGHUP && before.sa_handler == SIG_IGN) {
+            sigaction(number, &before, nullptr); // nohup
+        }
     }
 }
 
