@@ -50,7 +50,8 @@ public:
     /** Writes the rendering and a line end. */
     void print(FILE* stream);
 
-    // The same for whoever holds a reference to const: they call those above, of which a rendering changes nothing.
+    // The same for whoever holds a reference to const: they call those above, of which a rendering changes nothing. So
+    // a const member of a subclass that renders itself calls render(), not these.
     void toString(std::string& out) const;
     char* toString() const;
     void print(std::ostream& os) const;

@@ -21,6 +21,8 @@ int guarded(const std::string& subject, const std::function<int()>& work) {
         text = explained(failure, subject);
     } catch (const std::exception& failure) {
         text = failure.what();
+    } catch (...) { // of a plug-in that breaks its rules; uncaught, it would leave the lock
+        text = "an exception of an unknown kind, from the plug-in";
     }
     return complain(subject, text, STATUS_FAILED);
 }
