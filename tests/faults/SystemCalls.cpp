@@ -1,0 +1,60 @@
+#include "SystemCalls.h"
+
+#include "support/Export.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+Plan plan;
+std::vector<Call> trace;
+bool noting = false;
+std::map<std::string, Place> places;
+std::map<int, std::string> openFiles;
+
+std::ostream& operator<<(std::ostream& out, const Call& call) {
+    static const char* const NAMES[] = {"open",   "close",  "read",  "write", "fsync",
+                                        "rename", "unlink", "mkdir", "stat",  "lstat"};
+    return out << NAMES[call.op] << " " << call.path;
+}
+
+/** Notes a call and has it done by `work`, or one in so many parts of it, unless it is to fail. */
+template <class Work>
+static int pass(Op op, const std::string& path, const std::string& argument, Work work) {
+    if (!noting || places.count(path) == 0) { return static_cast<int>(work(1)); }
+    const size_t index = trace.size();
+    const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
+    const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
+    if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
+    ssize_t result = error <= 0 || op == CLOSE ? work(error == SHORT ? 2 : 1) : -1; // a descriptor goes anyway
+    if (error > 0) { result = -1, errno = error; }
+    if (op == OPEN && result >= 0) { openFiles[static_cast<int>(result)] = path; }
+    const std::string& done = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
+    trace.push_back({op, places[path], path, done, error > 0, result < 0 ? errno : 0});
+    return static_cast<int>(result);
+}
+
+static std::string pathOf(int file) { return noting && openFiles.count(file) != 0 ? openFiles[file] : ""; }
+
+// Also for the plug-in, loaded at run time. The headers give them the names for the width of file offsets and times.
+#define CALL(op, type, name, parameters, path, argument, work)                                                         \
+    extern "C" STORESTATE_EXPORT type name parameters {                                                                \
+        return pass(op, path, argument, [&]([[maybe_unused]] size_t parts) { return work; });                          \
+    }
+CALL(OPEN, int, open, (const char* path, int flags, ...), path, (flags & O_CLOEXEC) != 0 ? "" : "inheritable",
+     openat(AT_FDCWD, path, flags, 0666))
+CALL(CLOSE, int, close, (int file), pathOf(file), "", (openFiles.erase(file), syscall(SYS_close, file)))
+CALL(READ, ssize_t, read, (int file, void* buffer, size_t size), pathOf(file), "",
+     syscall(SYS_read, file, buffer, (size + parts - 1) / parts))
+CALL(WRITE, ssize_t, write, (int file, const void* buffer, size_t size), pathOf(file),
+     std::string(static_cast<const char*>(buffer), size), syscall(SYS_write, file, buffer, (size + parts - 1) / parts))
+CALL(FSYNC, int, fsync, (int file), pathOf(file), "", syscall(SYS_fsync, file))
+CALL(RENAME, int, rename, (const char* from, const char* to) noexcept, from, to, renameat(AT_FDCWD, from, AT_FDCWD, to))
+CALL(UNLINK, int, unlink, (const char* path) noexcept, path, "", unlinkat(AT_FDCWD, path, 0))
+CALL(MKDIR, int, mkdir, (const char* path, mode_t mode) noexcept, path, "", mkdirat(AT_FDCWD, path, mode))
+CALL(STAT, int, stat, (const char* path, struct stat* status) noexcept, path, "", fstatat(AT_FDCWD, path, status, 0))
+CALL(LSTAT, int, lstat, (const char* path, struct stat* status) noexcept, path, "",
+     fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW))
