@@ -1,37 +1,30 @@
 // A record and pairs of options, all parted by NUL. What the reader takes can be written and reads back the same. An
-// option changes its own fields only, and what would not read back the same is refused.
+// option changes its own fields only; the only one takes the value, or is marked by "yes"; and what would not read back
+// the same is refused.
 #include "fuzz/Fields.h"
 #include "storestate/ModifyOptions.h"
 
 namespace {
-
-/** What each option may change. An only field takes the value; a marking, which "yes" sets. */
-const std::string OPTIONS =
-    "--processmode ProcessMode; --stagestate StageState; --folder Folder; --source SourceDevice; --derived Derived;"
-    "--archive ArchiveDevice; --sourcestudy SourceStudy; --dontedit DontEdit; --dontdelete DontDelete;"
-    "--retrieved Retrieved; --owner StudyOwner OwnerDevice; --setowner StudyOwner OwnerDevice StagedDevices;"
-    "--setstaged StudyOwner OwnerDevice StagedDevices; --setreportonly StudyOwner OwnerDevice StagedDevices;"
-    "--removedevice StudyOwner OwnerDevice StagedDevices ForwardDevices; --fwddevice ForwardDevices;"
-    "--autodevice OwnerDevice StagedDevices ForwardDevices;";
-const std::string MARKINGS = "DontEdit DontDelete Retrieved";
 
 void read(StoreState& state, std::string_view text) {
     for (RecordReader reader(state, nullptr); !text.empty();) { reader.readLine(takePiece(text)); }
 }
 
 void apply(StoreState& state, const std::string& name, const std::string& value) {
-    const auto before = fields(state);
+    const Fields old = fields(state);
     try {
         applyModifyOption(state, name, value);
-    } catch (const QXException&) { REQUIRE(fields(state) == before); } // no device in a list, no database to ask
-    const ModifyOption* option = findModifyOption(name);
-    std::string own = option != nullptr ? OPTIONS.substr(OPTIONS.find(option->longName + std::string(" "))) : "";
-    take(own, ' ');
-    own = " " + take(own, ';');
-    for (const auto& [key, after] : fields(state)) {
-        const std::string wanted = MARKINGS.find(key) == MARKINGS.npos || value == "yes" ? value : "";
-        REQUIRE(after == before.at(key) || own.find(" " + key) != own.npos);
-        REQUIRE(own != " " + key || key == "ForwardDevices" || after == wanted);
+    } catch (const QXException&) { REQUIRE(fields(state) == old); } // no device in a list, no database to ask
+    const ModifyOption* option = findModifyOption(name.c_str());
+    const std::string own = option != nullptr ? " " + std::string(option->keys) + " " : "";
+    Fields now = fields(state);
+    for (const auto& [name, field] : recordProperties(state)) {
+        const std::string key(name), before = old.at(key), after = now.at(key);
+        const std::string marked = value == "yes" ? "yes" : "",
+                          wanted = std::holds_alternative<bool>(field) ? marked : value;
+        REQUIRE(after == before || own.find(" " + key + " ") != own.npos);
+        REQUIRE(after == wanted || own != " " + key + " " ||
+                std::holds_alternative<const OFUnorderedSet<OFString>*>(field));
     }
 }
 
