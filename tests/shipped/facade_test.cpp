@@ -1,8 +1,10 @@
+#include "repository/EntryPoints.h"
 #include "repository/RepositoryFacade.h"
-#include "repository/dumpPS.h"
 #include "support/CapturedSyslog.h"
+#include "support/Testing.h"
 
 #include <dlfcn.h>
+#include <syslog.h>
 
 static bool flag = false;
 static void* const opaque = &flag;
@@ -26,6 +28,8 @@ struct Function {
 };
 #define CALL(name, arguments) #name, #arguments, [] { return number(name arguments); }
 static const Function FUNCTIONS[] = {
+    {CALL(getLocation, ("R", "S", opaque)), 1, 0, "repository=R fileName=S"},
+    {CALL(createDirectory, ("R", "S", opaque, flag)), 1, 0, "repository=R subDir=S"},
     {CALL(unAge, ("R", "S")), 1, 0, "repository=R resource=S"},
     {CALL(freeMount, ("R", "S")), 2, 127, "repository=R and subDirectory=S"},
     {"checkOverload", "(\"R\")", [] { return checkOverload("R"), intptr_t{0}; }, 0, 0, "repository=R"},
@@ -34,70 +38,75 @@ static const Function FUNCTIONS[] = {
     {CALL(removeResource, ("R", "S")), 5, -1, "repository=R resource=S"},
     {CALL(checkResourceStatus, ("R", "S")), 6, -1, "repository=R resource=S"},
     {CALL(getRepositoryStatus, ("R")), 7, -1, "repository=R"},
-    {CALL(getLocation, ("R", "S", opaque)), 1, 0, "repository=R fileName=S"},
     {CALL(createLocation, ("R", "S", opaque, flag)), 8, 0, "repository=R fileName=S"},
-    {CALL(createDirectory, ("R", "S", opaque, flag)), 1, 0, "repository=R subDir=S"},
 };
+
+static_assert(std::size(FUNCTIONS) == std::size(storestate::ENTRY_POINTS));
 
 class Facade : public ::testing::Test {
 protected:
-    ~Facade() override { unlink(snapshotPath().c_str()), syslogText.clear(); }
+    Facade() { taken(getLocation("", "", nullptr)), takeLog(); } // which opens the log
+    ~Facade() override { unlink(snapshotPath().c_str()); }
 
     static bool loaded(const std::string& home) {
         void* handle = dlopen((home + "/lib/RepositoryHandler.so").c_str(), RTLD_LAZY | RTLD_NOLOAD);
         return handle != nullptr && dlclose(handle) == 0;
-    }
-    /** What was logged since the last time, without the opening of the log. */
-    static std::string logged() {
-        return expand(std::exchange(syslogText, ""), {{"open QXRepositoryHandlerIface 1 128\n", ""}});
     }
 
     Workplace place;
 };
 
 TEST_F(Facade, HandsEachCallOnOrReportsWhyNot) {
-    const std::string calls = place.root + "/calls", at = ::testing::PrintToString(opaque),
-                      empty = TEST_PLUGINS "/empty",
-                      file = "/lib/RepositoryHandler.so: ", loading = "3 (snapshot) EXCEPTION: dlopen error: ";
-    setenv("RECORDED_CALLS", calls.c_str(), 1);
-    const std::pair<std::string, std::string> homes[] = {
-        {TEST_PLUGINS "/recording", ""},
-        {TEST_PLUGINS "/recording", ""},
-        {"", loading + "REPOSITORY_HANDLER_HOME is not set\n"},
-        {std::string(999, 'x'), loading + "REPOSITORY_HANDLER_HOME is too long\n"},
-        {"/none", loading + "/none" + file + "cannot open shared object file: No such file or directory\n"},
-        {empty, "3 (snapshot) EXCEPTION: dlsym error initTask: " + empty + file + "undefined symbol: <name>_\n"},
+    const std::string calls = place.root + "/calls", file = "/lib/RepositoryHandler.so: ", loading = "dlopen error: ";
+    setVariable("RECORDED_CALLS", calls.c_str());
+    const std::string recording = TEST_PLUGINS "/recording", empty = TEST_PLUGINS "/empty", tooLong(999, 'x');
+    const std::tuple<bool, const char*, std::string> cases[] = {
+        {false, recording.c_str(), ""},
+        {true, recording.c_str(), ""},
+        {true, empty.c_str(), "dlsym error initTask: " + empty + file + "undefined symbol: <name>_"},
+        {false, nullptr, loading + "REPOSITORY_HANDLER_HOME is not set"},
+        {false, tooLong.c_str(), loading + "REPOSITORY_HANDLER_HOME is too long"},
+        {false, "/none", loading + "/none" + file + "cannot open shared object file: No such file or directory"},
     };
-    for (const auto& [home, error] : homes) {
-        home.empty() ? unsetenv("REPOSITORY_HANDLER_HOME") : setenv("REPOSITORY_HANDLER_HOME", home.c_str(), 1);
-        flag = !flag;
-        for (const auto& [name, args, call, answer, failure, trace] : FUNCTIONS) {
+    for (const auto& [given, home, error] : cases) {
+        setVariable("REPOSITORY_HANDLER_HOME", home);
+        flag = given;
+        for (const auto& [name, arguments, call, answer, failure, trace] : FUNCTIONS) {
             unlink(snapshotPath().c_str());
             Workplace::write(calls, "");
             EXPECT_EQ(call(), error.empty() ? answer : failure) << name;
-            EXPECT_EQ(logged(), "7 called " + name + " with " + trace + "\n" + expand(error, {{"<name>", name}}));
-            const std::string handedOn =
-                expand(name + args, {{"(", ", "}, {")", ""}, {"\"", ""}, {"opaque", at}, {"flag", flag ? "1" : "0"}});
+            Log expected = {{WRITTEN, LOG_DEBUG, "called " + name + " with " + trace}};
+            if (!error.empty()) {
+                expected.emplace_back(WRITTEN_BESIDE_SNAPSHOT, LOG_ERR,
+                                      "EXCEPTION: " + expand(error, {{"<name>", name}}));
+            }
+            EXPECT_EQ(takeLog(), expected);
+            const std::string handedOn = expand(name + arguments, {{"(", ", "},
+                                                                   {")", ""},
+                                                                   {"\"", ""},
+                                                                   {"flag", flag ? "1" : "0"},
+                                                                   {"opaque", ::testing::PrintToString(opaque)}});
             EXPECT_EQ(Workplace::read(calls), error.empty() ? handedOn : "");
-            EXPECT_FALSE(loaded(home)) << name;
+            EXPECT_FALSE(home != nullptr && loaded(home)) << name;
         }
     }
     for (const std::string& listed : {std::to_string(getpid()) + " ", std::string("PATH=")}) {
-        EXPECT_NE(Workplace::read(snapshotPath()).find(listed), std::string::npos);
+        EXPECT_NE(Workplace::read(snapshotPath()).find(listed), std::string::npos) << listed;
     }
 }
 
 TEST_F(Facade, EndsThePluginsOwnExceptionsAndPassesOthersThrough) {
-    setenv("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/failing", 1);
-    EXPECT_TRUE(getLocation("R", "S", nullptr) == nullptr && createDirectory("R", "S", nullptr, false) == nullptr);
-    EXPECT_EQ(logged(), "7 called getLocation with repository=R fileName=S\n"
-                        "3 (snapshot) EXCEPTION: 100% %s of %n\n"
-                        "7 (snapshot) called createDirectory with repository=R subDir=S\n"
-                        "3 (snapshot) EXCEPTION: of a class of the plug-in\n");
+    setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/failing");
+    EXPECT_EQ(getLocation("R", "S", nullptr), nullptr);
+    EXPECT_EQ(createDirectory("R", "S", nullptr, false), nullptr);
+    EXPECT_EQ(takeLog(), (Log{{WRITTEN, LOG_DEBUG, "called getLocation with repository=R fileName=S"},
+                              {WRITTEN_BESIDE_SNAPSHOT, LOG_ERR, "EXCEPTION: 100% %s of %n"},
+                              {WRITTEN_BESIDE_SNAPSHOT, LOG_DEBUG, "called createDirectory with repository=R subDir=S"},
+                              {WRITTEN_BESIDE_SNAPSHOT, LOG_ERR, "EXCEPTION: of a class of the plug-in"}}));
     EXPECT_EQ(freeMount("R", "S"), 127) << "a symbol without an address";
     EXPECT_FALSE(loaded(TEST_PLUGINS "/failing"));
     EXPECT_THROW(unAge("R", "S"), int);
-    EXPECT_EQ(logged().find("EXCEPTION"), std::string::npos);
+    EXPECT_EQ(takeLog().size(), 2) << "the calls, and no exception";
     EXPECT_TRUE(loaded(TEST_PLUGINS "/failing")) << "an exception may need its code";
 }
 
@@ -113,6 +122,8 @@ TEST_F(Facade, SuppliedPluginStaysInsideTheRepository) {
     for (const char* refused : {"", ".", "..", "/", "../locks", "1.2/x", "file", tooLong.c_str()}) {
         EXPECT_EQ(paths(root.c_str(), refused), "|") << refused;
     }
-    EXPECT_EQ(paths("", "1.2") + paths(nullptr, "1.2") + paths("/no/such/root", "1.2"), "|||");
+    for (const char* nowhere : {"", "/no/such/root", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(paths(nowhere, "1.2"), "|") << (nowhere != nullptr ? nowhere : "null");
+    }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root), {}), 2);
 }

@@ -4,6 +4,7 @@
 #include "support/QXException.h"
 #include "support/Workplace.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <unistd.h>

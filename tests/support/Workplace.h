@@ -5,7 +5,20 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
+
+/** Sets a variable of the environment, or unsets it for null. */
+inline void setVariable(const char* name, const char* value) {
+    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+}
+
+/** A variable that scripts/lib/with-mariadb sets for the program that it runs. */
+inline std::string serverSetting(const std::string& name) {
+    const char* value = getenv(name.c_str());
+    return value != nullptr ? value
+                            : throw std::runtime_error(name + " is not set: run scripts/lib/with-mariadb --tcp");
+}
 
 /**
  * A repository and a lock directory in a temporary folder, with the environment set to them and to the supplied
@@ -18,17 +31,13 @@ public:
         std::string pattern = (std::filesystem::temp_directory_path() / "storestate-test.XXXXXX").string();
         root = mkdtemp(pattern.data());
         for (const std::string& directory : {locks(), repository()}) { std::filesystem::create_directory(directory); }
-        setEnvironment();
+        setVariable("REPOSITORY_DICOM_DATA", repository().c_str());
+        setVariable("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR);
+        setVariable("LOCK_VAR", locks().c_str());
     }
     Workplace(const Workplace&) = delete;
     Workplace& operator=(const Workplace&) = delete;
     ~Workplace() { std::filesystem::remove_all(root); }
-
-    void setEnvironment() const {
-        setenv("REPOSITORY_DICOM_DATA", repository().c_str(), 1);
-        setenv("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR, 1);
-        setenv("LOCK_VAR", locks().c_str(), 1);
-    }
 
     std::string repository() const { return root + "/repository"; }
     std::string locks() const { return root + "/locks"; }

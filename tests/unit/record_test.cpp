@@ -25,7 +25,7 @@ static const std::string FULL =
 
 /** A stored record, what is stored after a load and a save, and the options that change it in between. */
 struct Row {
-    std::string before;       ///< "none": no record
+    std::string name, before; ///< before: "none": no record
     std::string after;        ///< the reader's complaints; the failure or the record; what is left of the legacy list
     std::string options = ""; ///< each "name value|"
     std::string legacyList = "";
@@ -33,27 +33,33 @@ struct Row {
 
 class Record : public ::testing::Test {
 protected:
-    void expectAll(const std::vector<Row>& rows) const {
-        for (const auto& row : rows) {
-            std::filesystem::remove_all(place.repository() + "/S");
-            if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
-            if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), row.legacyList); }
-            ::testing::internal::CaptureStderr();
-            const std::string failure = thrown([&] {
-                StoreState state("S", "");
-                state.load();
-                std::istringstream options(text(row.options));
-                for (std::string name, value; getline(options, name, ' ') && getline(options, value, '|');) {
-                    applyModifyOption(state, name.c_str(), OFString(value.data(), value.size()));
-                }
-                EXPECT_TRUE(state.save() && !std::filesystem::exists(place.lockFile("S")));
-            });
-            const std::string complaints = ::testing::internal::GetCapturedStderr();
-            const std::string stored = failure.empty() ? Workplace::read(place.record("S")) : failure;
-            EXPECT_EQ(complaints + stored + Workplace::read(place.legacyList("S")), text(row.after)) << row.options;
-            EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
-            EXPECT_EQ(std::filesystem::exists(place.repository() + "/S"), row.before != "none" || failure.empty());
+    void expect(const Row& row) const {
+        SCOPED_TRACE(row.name);
+        std::filesystem::remove_all(place.repository() + "/S");
+        if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
+        if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), text(row.legacyList)); }
+        ::testing::internal::CaptureStderr();
+        const std::string failure = thrown([&] {
+            StoreState state("S", "");
+            state.load();
+            std::istringstream options(text(row.options));
+            for (std::string name, value; getline(options, name, ' ') && getline(options, value, '|');) {
+                applyModifyOption(state, name.c_str(), OFString(value.data(), value.size()));
+            }
+            EXPECT_TRUE(state.save());
+            EXPECT_FALSE(std::filesystem::exists(place.lockFile("S"))) << "while the object is there";
+        });
+        const std::string complaints = ::testing::internal::GetCapturedStderr();
+        const std::string stored = failure.empty() ? Workplace::read(place.record("S")) : failure;
+        EXPECT_EQ(complaints + stored + Workplace::read(place.legacyList("S")), text(row.after));
+        if (!failure.empty()) {
+            EXPECT_EQ(Workplace::read(place.record("S")), text(row.before == "none" ? "" : row.before));
         }
+        EXPECT_EQ(std::filesystem::exists(place.repository() + "/S"), row.before != "none" || failure.empty());
+        EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
+    }
+    void expectAll(const std::vector<Row>& rows) const {
+        for (const Row& row : rows) { expect(row); }
     }
     static void read(StoreState& state, std::string_view record) {
         RecordReader reader(state, nullptr);
@@ -65,37 +71,47 @@ protected:
 };
 
 TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
-    read(state, FULL);
-    ::testing::internal::CaptureStdout();
-    state.print(stdout);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), FULL);
     std::string reversed;
     for (std::string_view rest = FULL; !rest.empty();) {
         reversed = "# \n \t\r\n\n  #Version='9'\n" + (" \t" + std::string(takePiece(rest))) + reversed;
     }
     expectAll({
-        {FULL, FULL},
-        {reversed, FULL},
-        {"<1>ProcessMode = 'x'\nprocessmode='x'\n\xa0\xff\x85",
+        {"as written", FULL, FULL},
+        {"reversed, with comments and blanks", reversed, FULL},
+        {"no known key", "<1>ProcessMode = 'x'\nprocessmode='x'\n\xa0\xff\x85",
          "Invalid line: ProcessMode = 'x'\n\nInvalid line: processmode='x'\n\nInvalid line: \xa0\xff\x85\n<1>"},
-        // no value: quoted words become empty, other texts stay
-        {"<1>OwnerDevice='A'\nOwnerDevice=''\nFolder='B'\nFolder=''\nFolder='!'\nDerived='C'\nDerived=''\n"
-         "SourceStudy='D'\nSourceStudy='\r\nStageState=x\nStageState=\nForwardDevices=''\nForwardDevices=' '\n",
-         "<1>Folder='B'\nDerived='C'\nSourceStudy='D'\n"},
-        // ends before what the pattern does not take
-        {"<1>Folder='A!B'\nSourceDevice='one two'\nArchiveDevice='<254>vw'\nDerived='<254>vw'\nProcessMode='A<NUL>B'\n",
-         "<1>ProcessMode='A'\nFolder='A'\nSourceDevice='one'\nArchiveDevice='<254>v'\nDerived='<254>v'\n"},
-        // closing quotes, too many and none
-        {"<1>SourceDevice='one''' rest\nDerived='closed\r'\r\nForwardDevices='a\tb\rc d\r\nSourceStudy='last",
-         "<1>SourceDevice='one'\nDerived='closed\r'\nSourceStudy='last'\nForwardDevices='a\tb\rc d'\n"},
-        {"<1>Derived='open\r\n#<254><254><254><254>######SourceDevice='A'\n", "<1>SourceDevice='A'\nDerived='open'\n"},
-        {"<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \n"
-         "StudyOwner='yess'\nStagedDevices='a'\nStagedDevices='c  a",
-         "<1>DontDelete='yes'\nStagedDevices='a c'\n"},
-        {"Version='+2x'\n", "Version='2'\n"},
-        {"Version='2147483648'\n", "Version='2147483647'\n"},
-        {"Version='-9999999999'\n", "Version='-2147483648'\n"},
+        {"no value in a word", "<1>OwnerDevice='A'\nOwnerDevice=''\nStageState=x\nStageState=\n", "<1>"},
+        {"no value in a text, which stays", "<1>Folder='B'\nFolder=''\nFolder='!'\nDerived='C'\nDerived=''\n",
+         "<1>Folder='B'\nDerived='C'\n"},
+        {"nothing but a line end in a text", "<1>SourceStudy='D'\nSourceStudy='\r\n", "<1>SourceStudy='D'\n"},
+        {"no value in a list", "<1>ForwardDevices=''\nForwardDevices=' '\n", "<1>"},
+        {"a character that the pattern does not take",
+         "<1>Folder='A!B'\nSourceDevice='one two'\nProcessMode='A<NUL>B'\n",
+         "<1>ProcessMode='A'\nFolder='A'\nSourceDevice='one'\n"},
+        {"too long", "<1>ArchiveDevice='<254>vw'\nDerived='<254>vw'\n",
+         "<1>ArchiveDevice='<254>v'\nDerived='<254>v'\n"},
+        {"too many closing quotes", "<1>SourceDevice='one''' rest\n", "<1>SourceDevice='one'\n"},
+        {"no closing quote", "<1>Derived='closed\r'\r\nForwardDevices='a\tb\rc d\r\nSourceStudy='last",
+         "<1>Derived='closed\r'\nSourceStudy='last'\nForwardDevices='a\tb\rc d'\n"},
+        {"a line of two pieces", "<1>Derived='open\r\n#<254><254><254><254>######SourceDevice='A'\n",
+         "<1>SourceDevice='A'\nDerived='open'\n"},
+        {"markings", "<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \nStudyOwner='yess'\n",
+         "<1>DontDelete='yes'\n"},
+        {"two lists", "<1>StagedDevices='a'\nStagedDevices='c  a", "<1>StagedDevices='a c'\n"},
+        {"version with a rest", "Version='+2x'\n", "Version='2'\n"},
+        {"version too high", "Version='2147483648'\n", "Version='2147483647'\n"},
+        {"version too low", "Version='-9999999999'\n", "Version='-2147483648'\n"},
     });
+}
+
+TEST_F(Record, IsPrintedAsItIsStored) {
+    read(state, FULL);
+    ::testing::internal::CaptureStdout();
+    state.print(stdout);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), FULL);
+}
+
+TEST_F(Record, CutAtEveryLengthReadsBackTheSame) {
     for (size_t length = 0; length <= FULL.size(); ++length) {
         StoreState cut("1.2", ".");
         read(cut, std::string_view(FULL).substr(0, length));
@@ -106,85 +122,92 @@ TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
 
 TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
     expectAll({
-        {"none", "<1><auto>"},
-        {"none", "<1><auto>A\n", "", "A\n"}, // a list without a record stays
-        {"none", "<1>ForwardDevices='W'\n", "-b W.F|"},
-        {"", "<1>OwnerDevice='PACS1'\nArchiveDevice='@Archive-@TOP'\nStagedDevices='PACS2'\nForwardDevices='WS1 A C'\n",
-         "", "  A  other words\r\n#B\r\n\r\n   \r\nC D\r\nA\r\n"},
-        {"Version='abc'\nArchiveDevice='X'\nOwnerDevice='PACS2'\nForwardDevices='E A'\n",
+        {"new", "none", "<1><auto>"},
+        {"new, with a list, which stays", "none", "<1><auto>A\n", "", "A\n"},
+        {"new, with devices that are handed over", "none", "<1>ForwardDevices='W'\n", "-b W.F|"},
+        {"list with comments and blanks", "",
+         "<1>OwnerDevice='PACS1'\nArchiveDevice='@Archive-@TOP'\nStagedDevices='PACS2'\nForwardDevices='WS1 A C'\n", "",
+         "  A  other words\r\n#B\r\n\r\n   \r\nC D\r\nA\r\n"},
+        {"archive device, owner and list",
+         "Version='abc'\nArchiveDevice='X'\nOwnerDevice='PACS2'\nForwardDevices='E A'\n",
          "<1>OwnerDevice='PACS2'\nArchiveDevice='X'\nStagedDevices='PACS1'\nForwardDevices='E A WS1 F'\n", "", "A\nF"},
-        {"StudyOwner='yes'\n",
+        {"owned locally", "StudyOwner='yes'\n",
          "<1>ArchiveDevice='@Archive-@TOP'\nStudyOwner='yes'\nStagedDevices='PACS1 PACS2'\nForwardDevices='WS1'\n"},
-        {"Version='3'\nFolder='F'\n", "Version='3'\nFolder='F'\nA\n", "", "A\n"},
-        {"Version='-1'\n", "Version='-1'\nA\n", "", "A\n"},
-        {"<1>", "<1><auto>", "-b none|"},
-        {"<1>", "<1>OwnerDevice='P'\nStagedDevices='Q'\nForwardDevices='A c F X'\n",
+        {"name that no record carries", "", "<no>ForwardDevices='B''.A\nB'\n", "", "A\nB'\n"},
+        {"list of zeros", "", "<no>ForwardDevices=''.<NUL><NUL>", "", "<NUL><NUL>"},
+        {"has a version", "Version='3'\nFolder='F'\n", "Version='3'\nFolder='F'\nA\n", "", "A\n"},
+        {"has a negative version", "Version='-1'\n", "Version='-1'\nA\n", "", "A\n"},
+        {"nothing handed over", "<1>", "<1><auto>", "-b none|"},
+        {"handed over in odd forms", "<1>", "<1>OwnerDevice='P'\nStagedDevices='Q'\nForwardDevices='A c F X'\n",
          "-b ;;DEV1;A.B.C;P.P;.C;;Q.C;P.P;c.c;F.;X.CT|"},
-        {"<1>StudyOwner='yes'\n", "<1>StudyOwner='yes'\nStagedDevices='P'\n", "-b P.P|"},
+        {"handed over, owned locally", "<1>StudyOwner='yes'\n", "<1>StudyOwner='yes'\nStagedDevices='P'\n", "-b P.P|"},
     });
     Workplace::write(place.record("1.2"), "");
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("F", ""));
-    EXPECT_TRUE(state.load() && state.studyOwner) << "converted without an owner device";
+    EXPECT_TRUE(state.load());
+    EXPECT_TRUE(state.studyOwner) << "converted without an owner device";
 }
 
 TEST_F(Record, OptionsChangeItInTheirOrder) {
-    std::istringstream names(
-        "--processmode -p --stagestate -g --folder -f --source -c --archive -a --setowner -o "
-        "--setstaged -s --setreportonly -e --removedevice -r --fwddevice -w --derived -d "
-        "--sourcestudy -y --dontedit -U --dontdelete -D --retrieved -R --owner -O --autodevice -b");
-    for (std::string name, shortName; names >> name >> shortName;) {
-        const ModifyOption* option = findModifyOption(name.c_str());
-        EXPECT_TRUE(option != nullptr && option == findModifyOption(shortName.c_str())) << name;
-    }
     expectAll({
-        {"<1>Folder='F'\nDerived='D'\n",
+        {"texts", "<1>Folder='F'\nDerived='D'\n",
          "<1>ProcessMode='p'\nStageState='g'\nFolder='f'\nSourceDevice='c'\nArchiveDevice='a'\nSourceStudy='y'\n",
          "-p p|-g g|-f f|-c c|-a a|-d |-y y|"},
-        {"<1>Retrieved='yes'\n", "<1>Derived='d'\nDontEdit='yes'\nDontDelete='yes'\n", "-U yes|-D yes|-R Yes|-d d|"},
-        {"<1>", "<1>Retrieved='yes'\n", "-R yes|-U yes|-U no|"},
-        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-O yes|"},
-        {"<1>OwnerDevice='X'\nStudyOwner='yes'\n", "<1>OwnerDevice='X'\n", "-O no|"},
-        {"<1>StudyOwner='yes'\nStagedDevices='a X b'\n", "<1>OwnerDevice='X'\nStagedDevices='a b'\n", "-o X|"},
-        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-o |"},
-        {"<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\nStagedDevices='X'\n", "-s X|-s X|"},
-        {"<1>OwnerDevice='X'\n", "<1>OwnerDevice='X'\nStagedDevices='Y'\n", "-s Y|-r Z|"},
-        {"<1>OwnerDevice='X'\nStagedDevices='X Y'\n", "<1>StudyOwner='yes'\nStagedDevices='Y'\n", "-e X|"},
-        {"<1>OwnerDevice='a'\nStagedDevices='a b c'\nForwardDevices='a d'\n",
+        {"markings", "<1>Retrieved='yes'\n", "<1>Derived='d'\nDontEdit='yes'\nDontDelete='yes'\n",
+         "-U yes|-D yes|-R Yes|-d d|"},
+        {"marked and not", "<1>", "<1>Retrieved='yes'\n", "-R yes|-U yes|-U no|"},
+        {"owned locally", "<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-O yes|"},
+        {"not owned locally", "<1>OwnerDevice='X'\nStudyOwner='yes'\n", "<1>OwnerDevice='X'\n", "-O no|"},
+        {"owner", "<1>StudyOwner='yes'\nStagedDevices='a X b'\n", "<1>OwnerDevice='X'\nStagedDevices='a b'\n", "-o X|"},
+        {"no owner", "<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-o |"},
+        {"owner staged", "<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\nStagedDevices='X'\n", "-s X|-s X|"},
+        {"other than the owner", "<1>OwnerDevice='X'\n", "<1>OwnerDevice='X'\nStagedDevices='Y'\n", "-s Y|-r Z|"},
+        {"report only", "<1>OwnerDevice='X'\nStagedDevices='X Y'\n", "<1>StudyOwner='yes'\nStagedDevices='Y'\n",
+         "-e X|"},
+        {"removed", "<1>OwnerDevice='a'\nStagedDevices='a b c'\nForwardDevices='a d'\n",
          "<1>StudyOwner='yes'\nStagedDevices='c b'\nForwardDevices='d'\n", "-r a|"},
-        {"<1>", "<1>ForwardDevices='A B'\n", "-w A|-w A|-w B|"},
-        {"<1>", "<1>", "--Folder x|-F x|--folder=y x|-fy x|--folder\t x|-f\t x|-- x|- x|"},
+        {"forward", "<1>", "<1>ForwardDevices='A B'\n", "-w A|-w A|-w B|"},
+        {"unknown", "<1>", "<1>", "--Folder x|-F x|--folder=y x|-fy x|--folder\t x|-f\t x|-- x|- x|"},
     });
     for (const char* option : {"-e", "-s", "-e", "-o", "-e", "-r"}) {
         applyModifyOption(state, option, "X");
-        EXPECT_EQ(state.reportOnlyDevices.Contains("X"), option == std::string("-e"));
+        EXPECT_EQ(state.reportOnlyDevices.Contains("X"), option == std::string("-e")) << option;
+    }
+    for (const ModifyOption& option : modifyOptions()) {
+        for (const char* name : {option.longName, option.shortName}) {
+            const ModifyOption* found = findModifyOption(name);
+            ASSERT_NE(found, nullptr) << name;
+            EXPECT_EQ(found->apply, option.apply) << name;
+        }
     }
 }
 
 TEST_F(Record, RefusesWhatItWouldNotReadBack) {
-    std::string options, after = "<1>"; // lines of exactly 255 characters
+    std::string options, full = "<1>"; // lines of exactly 255 characters
     for (int i = 0; i < 960; ++i) {
         const std::string name = "Dev" + std::to_string(1000 + i);
         options += "-w " + name + "|";
-        after += (i % 32 == 0 ? "ForwardDevices='" : " ") + name + (i % 32 == 31 ? "'\n" : "");
+        full += (i % 32 == 0 ? "ForwardDevices='" : " ") + name + (i % 32 == 31 ? "'\n" : "");
     }
     expectAll({
-        {"<1>", after, options},
-        {after + after, after, options},
-        {"<1>", "<1>ForwardDevices='a'\nForwardDevices='<254>'\nForwardDevices='tab\tcr\r #x=\\'\n",
-         "-w a|-w <254>|-w tab\tcr\r|-w #x=\\|"},
-        {"<1>", "<1>Folder='<254>v'\nSourceDevice='in'side'\nArchiveDevice='<254>v'\nDerived='\xc3\xa4 text'\n",
-         "-c in'side|-f <254>v|-a <254>v|-d \xc3\xa4 text|"},
-        {"<1>", "<no>OwnerDevice='two words'.", "-o two words|"},
-        {"<1>", "<no>ProcessMode='tab\there'.", "-p tab\there|"},
-        {"<1>", "<no>StageState='x\nForwardDevices='evil''.", "-g x\nForwardDevices='evil'|"},
-        {"<1>", "<no>ArchiveDevice='<254>vv'.", "-a <254>vv|"},
-        {"<1>", "<no>Folder='\xc3\x9f'.", "-f \xc3\x9f|"},
-        {"<1>", "<no>Derived='d'\nDerived='d'.", "-d d'\nDerived='d|"},
-        {"<1>", "<no>SourceStudy='line\n'.", "-y line\n|"},
-        {"<1>", "<no>SourceStudy='nul'.", "-y nul<NUL>here|"},
-        {"<1>", "<no>StagedDevices='a''.", "-s a'|"},
-        {"<1>", "<no>ForwardDevices=''.", "-w a|-w |"},
-        {"none", "<no>ForwardDevices='a b'.", "-b W.C|-w a b|"},
-        {"<1>", "<no>ForwardDevices='<254>vv'.", "-w <254>vv|"},
+        {"long lists", "<1>", full, options},
+        {"long lists twice", full + full, full, options},
+        {"longest device", "<1>", "<1>ForwardDevices='a'\nForwardDevices='<254>'\nForwardDevices='b'\n",
+         "-w a|-w <254>|-w b|"},
+        {"longest texts", "<1>", "<1>Folder='<254>v'\nArchiveDevice='<254>v'\n", "-f <254>v|-a <254>v|"},
+        {"odd devices", "<1>", "<1>ForwardDevices='tab\tcr\r #x=\\'\n", "-w tab\tcr\r|-w #x=\\|"},
+        {"odd texts", "<1>", "<1>SourceDevice='in'side'\nDerived='\xc3\xa4 text'\n", "-c in'side|-d \xc3\xa4 text|"},
+        {"two words", "<1>", "<no>OwnerDevice='two words'.", "-o two words|"},
+        {"tabulator in a word", "<1>", "<no>ProcessMode='tab\there'.", "-p tab\there|"},
+        {"line break in a word", "<1>", "<no>StageState='x\nForwardDevices='evil''.", "-g x\nForwardDevices='evil'|"},
+        {"word too long", "<1>", "<no>ArchiveDevice='<254>vv'.", "-a <254>vv|"},
+        {"no folder's character", "<1>", "<no>Folder='\xc3\x9f'.", "-f \xc3\x9f|"},
+        {"quote in a text", "<1>", "<no>Derived='d'\nDerived='d'.", "-d d'\nDerived='d|"},
+        {"line break in a text", "<1>", "<no>SourceStudy='line\n'.", "-y line\n|"},
+        {"NUL in a text", "<1>", "<no>SourceStudy='nul'.", "-y nul<NUL>here|"},
+        {"quote in a device", "<1>", "<no>StagedDevices='a''.", "-s a'|"},
+        {"device without a name", "<1>", "<no>ForwardDevices=''.", "-w a|-w |"},
+        {"blank in a device, of a new record", "none", "<no>ForwardDevices='a b'.", "-b W.C|-w a b|"},
+        {"device too long", "<1>", "<no>ForwardDevices='<254>vv'.", "-w <254>vv|"},
     });
 }

@@ -2,9 +2,7 @@
 #include "storestate/ModifyOptions.h"
 #include "support/Testing.h"
 
-#include <csignal>
-#include <functional>
-#include <sys/resource.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 using namespace std::filesystem;
@@ -13,188 +11,180 @@ using namespace storestate;
 class Store : public ::testing::Test {
 protected:
     ~Store() override { unlink(snapshotPath().c_str()); }
-    bool locked() const { return exists(place.lockFile("S")); }
+
+    static perms mode(const std::string& file) { return status(file).permissions(); }
 
     Workplace place;
-    const std::string info = place.info("S"), record = place.record("S"), list = place.legacyList("S");
+    const std::string study = place.repository() + "/S", info = place.info("S"), record = place.record("S"),
+                      list = place.legacyList("S"), lock = place.lockFile("S");
+    StoreState state{"S", ""};
 };
 
-TEST_F(Store, LockIsHeldFromLoadToSave) {
+TEST_F(Store, NewRecordIsMadeUnderTheLockThatLoadTakes) {
     umask(0);
-    {
-        StoreState state("S", "");
-        EXPECT_FALSE(state.load() || state.exists() || state.remove()) << "unknown to the repository";
-        EXPECT_EQ(thrown([&] { state.convert(); }), "Unknown Exception: [1] Study S not found in repository.");
-        EXPECT_TRUE(state.version == 0 && status(place.lockFile("S")).permissions() == perms(0660));
-        state.release();
-        EXPECT_FALSE(locked());
-        EXPECT_TRUE(state.save() && state.exists());
-    }
-    EXPECT_TRUE(StoreState("S", "").save()) << "replaces what it never tried to load";
-    StoreState again("new", "");
-    EXPECT_TRUE(!again.load() && again.save() && again.save()) << "its own record is in nobody's way";
-    EXPECT_EQ(status(info).permissions(), perms(0775));
-    EXPECT_EQ(status(place.repository() + "/S").permissions(), perms(0775));
-    EXPECT_EQ(status(record).permissions(), perms(0666));
-    Workplace::write(place.lockFile("S"), "");
-    EXPECT_TRUE(StoreState("S", place.root).load()) << "another lock directory";
-    StoreState state("S", "");
-    state.useLock = false;
-    EXPECT_TRUE(state.load() && state.save());
+    EXPECT_FALSE(state.load()) << "unknown to the repository";
+    EXPECT_EQ(mode(lock), perms(0660));
+    EXPECT_EQ(thrown([&] { state.convert(); }), "Unknown Exception: [1] Study S not found in repository.");
+    EXPECT_EQ(state.version, 0);
     state.release();
-    EXPECT_TRUE(state.remove() && errno == 0) << "what the plug-in left there is gone";
-    EXPECT_TRUE(!state.remove() && errno == ENOENT && locked()) << "the lock is the caller's";
+    EXPECT_FALSE(exists(lock));
+    EXPECT_FALSE(state.exists());
+    EXPECT_TRUE(state.save());
+    EXPECT_TRUE(state.exists());
+    EXPECT_EQ(mode(study), perms(0775));
+    EXPECT_EQ(mode(info), perms(0775));
+    EXPECT_EQ(mode(record), perms(0666));
+    EXPECT_TRUE(state.save()) << "its own record is in nobody's way";
+    EXPECT_TRUE(StoreState("S", "").save()) << "replaces what it never tried to load";
 }
 
-TEST_F(Store, FailuresLoseNothingAndSayWhy) { // those of system calls: see faults/
-    const auto set = [](const char* name, const std::string& value) { setenv(name, value.c_str(), 1); };
-    const auto losePlugin = [] { setenv("REPOSITORY_HANDLER_HOME", "/none", 1); };
-    const std::string query = "Error executing query: select ID, TYPE from ",
+TEST_F(Store, SomebodyElsesLockIsLeftAlone) {
+    Workplace::write(record, "Version=\"1\"\n");
+    Workplace::write(lock, "");
+    EXPECT_TRUE(StoreState("S", place.root).load()) << "another lock directory";
+    state.useLock = false;
+    EXPECT_TRUE(state.load());
+    EXPECT_TRUE(state.save());
+    state.release();
+    EXPECT_TRUE(state.remove());
+    EXPECT_EQ(errno, 0) << "what the plug-in left there is gone";
+    EXPECT_FALSE(state.remove());
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(StoreState("unknown", "").remove());
+    EXPECT_TRUE(exists(lock));
+}
+
+TEST_F(Store, BrokenEnvironmentLosesNothingAndIsNamed) {
+    const std::string tables = "Missing environment variables:  TARGETTBL, DEVSERVTBL",
+                      query = "Error executing query: select ID, TYPE from ",
                       where = " where SERVICE='AFwd' and ID=DEVICE";
     const struct {
+        const char *variable, *value; ///< null: unset
         std::string failure;
-        std::function<void()> beforeLoad, beforeSave = [] {};
+        bool loaded = false; ///< before it breaks
     } cases[] = {
-        {"Missing environment: REPOSITORY_DICOM_DATA", [] { unsetenv("REPOSITORY_DICOM_DATA"); }},
-        {"Error connecting to MySQL", [&] { set("MYSQL_UNIX_PORT", "/none"), unsetenv("TARGETTBL"); }},
-        {"Missing environment variables:  TARGETTBL, DEVSERVTBL", [] { unsetenv("DEVSERVTBL"); }},
-        {"Missing environment variables:  TARGETTBL, DEVSERVTBL", [] { unsetenv("TARGETTBL"); }},
-        {query + "Nothing, DeviceServices" + where, [&] { set("TARGETTBL", "Nothing"); }},
-        {query + "archive.Targets, DeviceServices" + where, [&] { set("TARGETTBL", "archive.Targets"); }},
-        {query + "Targets, DeviceServices " + where, [&] { set("DEVSERVTBL", "DeviceServices "); }},
-        {"Record of study S cannot carry ForwardDevices=\"B\"\".", [&] { Workplace::write(list, "A\nB\"\n"); }},
-        {"Record of study S cannot carry ForwardDevices=\"\".", [&] { Workplace::write(list, std::string(2, '\0')); }},
-        {"Record of study S exists but was not read.", losePlugin, [&] { place.setEnvironment(); }},
-        {"Study S could not be created in repository.", [] {}, losePlugin},
+        {"REPOSITORY_DICOM_DATA", nullptr, "Missing environment: REPOSITORY_DICOM_DATA"},
+        {"REPOSITORY_HANDLER_HOME", "/none", "Record of study S exists but was not read."},
+        {"REPOSITORY_HANDLER_HOME", "/none", "Study S could not be created in repository.", true},
+        {"MYSQL_UNIX_PORT", "/none", "Error connecting to MySQL"},
+        {"TARGETTBL", nullptr, tables},
+        {"DEVSERVTBL", nullptr, tables},
+        {"TARGETTBL", "Nothing", query + "Nothing, DeviceServices" + where},
+        {"TARGETTBL", "archive.Targets", query + "archive.Targets, DeviceServices" + where},
+        {"DEVSERVTBL", "DeviceServices ", query + "Targets, DeviceServices " + where},
     };
-    const std::string socket = getenv("MYSQL_UNIX_PORT");
-    for (const auto& [failure, beforeLoad, beforeSave] : cases) {
-        Workplace::write(record, "ForwardDevices=\"E\"\n");
-        Workplace::write(list, "A\n");
-        beforeLoad();
-        const std::string legacy = Workplace::read(list);
-        const std::string actual = thrown([&, prepare = beforeSave] {
-            StoreState state("S", "");
-            state.load();
-            prepare();
-            state.save();
+    Workplace::write(record, "ForwardDevices=\"E\"\n");
+    Workplace::write(list, "A\n");
+    for (const auto& [variable, value, failure, loaded] : cases) {
+        const std::string good = serverSetting(variable);
+        const std::string actual = thrown([&, variable = variable, value = value, late = loaded] {
+            setVariable(variable, late ? good.c_str() : value);
+            StoreState broken("S", "");
+            broken.load();
+            setVariable(variable, late ? value : good.c_str());
+            broken.save();
         });
+        setVariable(variable, good.c_str());
         EXPECT_EQ(actual, "Unknown Exception: [1] " + failure);
-        EXPECT_EQ(Workplace::read(record) + Workplace::read(list), "ForwardDevices=\"E\"\n" + legacy) << failure;
+        EXPECT_EQ(Workplace::read(record) + Workplace::read(list), "ForwardDevices=\"E\"\nA\n") << failure;
         EXPECT_EQ(std::distance(directory_iterator(info), {}), 2) << failure;
-        EXPECT_FALSE(locked()) << failure;
-        place.setEnvironment();
-        set("MYSQL_UNIX_PORT", socket);
-        set("TARGETTBL", "Targets");
-        set("DEVSERVTBL", "DeviceServices");
-    }
-}
-
-TEST_F(Store, FailedSystemCallsAreNamed) { // that they do no harm: see faults/
-    setenv("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording", 1);
-    setenv("RECORDED_CALLS", "/dev/null", 1);
-    signal(SIGXFSZ, SIG_IGN);
-    const auto failure = [&](const char* study, rlim_t writable) {
-        const rlimit limit = {writable, RLIM_INFINITY}, none = {RLIM_INFINITY, RLIM_INFINITY};
-        setrlimit(RLIMIT_FSIZE, &limit);
-        StoreState state(study, "");
-        state.version = 1;
-        const std::string text = thrown([&] { EXPECT_EQ(state.save(), study == std::string("fine")); });
-        setrlimit(RLIMIT_FSIZE, &none);
-        return expand(text, {{"." + std::to_string(getpid()), ".PID"}, {place.repository(), "R"}});
-    };
-    const auto loading = [&](const char* study) {
-        return expand(thrown([&] { StoreState(study, "").load(); }), {{place.repository(), "R"}});
-    };
-    for (const char* study : {"fine", "loop"}) { create_directories(place.info(study)); }
-    Workplace::write(place.repository() + "/file", "");
-    Workplace::write(place.record("directory") + "/file", "");
-    create_symlink(place.record("loop"), place.record("loop"));
-    EXPECT_EQ(failure("fine", RLIM_INFINITY), "");
-    EXPECT_EQ(failure("fine", 5),
-              "IO Exception: [27] Writing file failed: R/fine/.info/storestate.rec.PID File too large");
-    EXPECT_EQ(failure("file", RLIM_INFINITY),
-              "Unknown Exception: [1] Could not create info directory R/file/.info [20: Not a directory]");
-    EXPECT_EQ(failure("directory", RLIM_INFINITY),
-              "Unknown Exception: [1] Could not rename R/directory/.info/storestate.rec.PID to "
-              "R/directory/.info/storestate.rec [21: Is a directory]");
-    EXPECT_EQ(loading("directory"),
-              "IO Exception: [21] Reading file failed: R/directory/.info/storestate.rec Is a directory");
-    EXPECT_EQ(loading("loop"), "IO Exception: [40] Opening file for reading failed: R/loop/.info/storestate.rec "
-                               "Too many levels of symbolic links");
-}
-
-TEST_F(Store, WhatComesBetweenAnEmptyLoadAndTheSaveIsNotOverwritten) {
-    const std::string unread = "Unknown Exception: [1] Record of study S exists but was not read.";
-    const struct {
-        const char* name;
-        std::function<void()> come;
-        std::string outcome; // of the save; a failure's beginning
-    } cases[] = {
-        {"a record", [&] { Workplace::write(record, "Version=\"1\"\n"); }, unread},
-        {"a link to what is away", [&] { create_directories(info), create_symlink("/none", record); }, unread},
-        {"a way that cannot be looked at",
-         [&] { create_directory(path(info).parent_path()), create_symlink(info, info); }, unread},
-        {"a directory", [&] { create_directories(record); }, "Unknown Exception: [1] Could not rename "},
-        {"a file for the information directory", [&] { Workplace::write(info, ""); }, "false"},
-        {"nothing", [] {}, "true"},
-    };
-    for (const auto& [name, come, outcome] : cases) {
-        StoreState state("S", "");
-        EXPECT_FALSE(state.load()) << name;
-        come();
-        std::string actual;
-        const std::string failure = thrown([&] { actual = state.save() ? "true" : "false"; });
-        EXPECT_EQ((failure + actual).substr(0, outcome.size()), outcome) << name;
-        remove_all(path(info).parent_path());
+        EXPECT_FALSE(exists(lock)) << failure;
     }
 }
 
 TEST_F(Store, RootIsRequiredBeforeAnythingElse) {
-    setenv("LOCK_VAR", "/none", 1);
-    setenv("REPOSITORY_DICOM_DATA", "", 1);
-    StoreState state("S", "");
+    setVariable("LOCK_VAR", "/none");
+    setVariable("REPOSITORY_DICOM_DATA", "");
+    StoreState rootless("S", "");
     for (const auto call : {&StoreState::exists, &StoreState::remove, &StoreState::load, &StoreState::save}) {
-        EXPECT_EQ(thrown([&] { (state.*call)(); }),
-                  "Unknown Exception: [1] Missing environment: REPOSITORY_DICOM_DATA");
+        const std::string failure = "Unknown Exception: [1] Missing environment: REPOSITORY_DICOM_DATA";
+        EXPECT_EQ(thrown([&] { (rootless.*call)(); }), failure);
     }
-    EXPECT_EQ(state.version, 0);
+    EXPECT_EQ(rootless.version, 0);
 }
 
-TEST_F(Store, WhatLiesAroundDoesNoHarm) {
+TEST_F(Store, WhatComesBetweenAnEmptyLoadAndTheSaveIsNotOverwritten) {
+    const std::string unread = "Unknown Exception: [1] Record of study S exists but was not read.",
+                      directory = "Unknown Exception: [1] Could not rename <new> to <record> [21: Is a directory]";
+    const std::string temporary = record + "." + std::to_string(getpid());
+    const struct {
+        const char* name;
+        std::function<void()> come;
+        std::string outcome; ///< of the save
+    } cases[] = {
+        {"a record", [&] { Workplace::write(record, "Version=\"1\"\n"); }, unread},
+        {"a link to what is away", [&] { create_directories(info), create_symlink("/none", record); }, unread},
+        {"a way that cannot be looked at", [&] { create_directory(study), create_symlink(info, info); }, unread},
+        {"a directory", [&] { create_directories(record); }, directory},
+        {"a file for the information directory", [&] { Workplace::write(info, ""); }, "false"},
+        {"a link in place of the new file", [&] { create_directories(info), create_symlink(list, temporary); },
+         "false"},
+        {"what a dead process has left", [&] { Workplace::write(temporary, std::string(500, 'x')); }, "true"},
+        {"nothing", [] {}, "true"},
+    };
+    for (const auto& [name, come, outcome] : cases) {
+        StoreState late("S", "");
+        EXPECT_FALSE(late.load()) << name;
+        come();
+        bool saved = false;
+        const std::string failure = thrown([&] { saved = late.save(); });
+        EXPECT_EQ(failure.empty() ? saved ? "true" : "false" : failure,
+                  expand(outcome, {{"<new>", temporary}, {"<record>", record}}))
+            << name;
+        if (saved) { EXPECT_EQ(Workplace::read(record).find('x'), std::string::npos) << name; }
+        EXPECT_EQ(Workplace::read(list), "") << name;
+        remove_all(study);
+    }
+}
+
+TEST_F(Store, OnlyTheListThatWasTakenInIsDeleted) {
     Workplace::write(record, "Version=\"0\"\n");
     Workplace::write(list, "A\n");
-    Workplace::write(record + "." + std::to_string(getpid()), std::string(500, 'x'));
-    StoreState state("S", "");
-    EXPECT_TRUE(state.load() && state.save() && state.forwardDevices.Contains("A"));
-    EXPECT_EQ(Workplace::read(record).find('x'), std::string::npos) << "a temporary file of a process that died";
+    EXPECT_TRUE(state.load());
+    EXPECT_TRUE(state.save());
+    EXPECT_TRUE(state.forwardDevices.Contains("A"));
     Workplace::write(list, "B\n");
-    EXPECT_TRUE(state.save() && exists(list)) << "not the list that was taken in";
+    EXPECT_TRUE(state.save());
+    EXPECT_EQ(Workplace::read(list), "B\n");
+}
 
-    const int errors = dup(STDERR_FILENO);
+TEST_F(Store, NewFileIsNoStandardStream) { // diagnostics would go into it
+    const int output = dup(STDOUT_FILENO), errors = dup(STDERR_FILENO), next = dup(errors);
+    close(next);
+    close(STDOUT_FILENO);
     close(STDERR_FILENO);
     TemporaryFile file((place.root + "/file").c_str());
-    EXPECT_TRUE(file.open());
-    EXPECT_NE(write(STDERR_FILENO, "x", 1), 1) << "diagnostics would go into the file";
-    file.write("text");
+    const bool opened = file.open();
+    const int flags[] = {fcntl(STDOUT_FILENO, F_GETFD), fcntl(STDERR_FILENO, F_GETFD), fcntl(next, F_GETFD)};
+    dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
+    EXPECT_TRUE(opened);
+    EXPECT_EQ(std::vector<int>(flags, std::end(flags)), std::vector<int>({-1, -1, FD_CLOEXEC}));
+    file.write("text");
     EXPECT_EQ(Workplace::read(place.root + "/file"), "text");
 }
 
 TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wanted: see java/
-    setenv("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording", 1);
-    setenv("RECORDED_CALLS", "/dev/null", 1);
-    const auto lockTaken = [&](const char* event, bool exists, int32_t mode) { // the event comes after the first check
+    setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording");
+    setVariable("RECORDED_CALLS", "/dev/null");
+    const struct {
+        const char *name, *event; ///< the event comes after the first check
+        bool exists;
+        int32_t mode;
+        bool locked;
+    } cases[] = {
+        {"is there", "nothing", true, RECORD_MUST_NOT_EXIST, false},
+        {"is not there", "nothing", false, RECORD_MUST_EXIST, false},
+        {"comes", "comes", false, RECORD_MUST_NOT_EXIST, true},
+        {"goes", "goes", true, RECORD_MUST_EXIST, true},
+    };
+    for (const auto& [name, event, exists, mode, locked] : cases) {
         remove_all(info);
         for (const char* file : {"wait", event, exists ? "storestate.rec" : "none"}) {
             Workplace::write(info + "/" + file, "Version=\"1\"\n");
         }
-        StoreState state("S", "");
-        EXPECT_FALSE(loadForModify(state, mode)) << event << exists;
-        return state.semaphore.locked;
-    };
-    EXPECT_FALSE(lockTaken("nothing", true, RECORD_MUST_NOT_EXIST));
-    EXPECT_FALSE(lockTaken("nothing", false, RECORD_MUST_EXIST));
-    EXPECT_TRUE(lockTaken("comes", false, RECORD_MUST_NOT_EXIST));
-    EXPECT_TRUE(lockTaken("goes", true, RECORD_MUST_EXIST));
+        StoreState late("S", "");
+        EXPECT_FALSE(loadForModify(late, mode)) << name;
+        EXPECT_EQ(late.semaphore.locked, locked) << name;
+    }
 }
