@@ -11,6 +11,7 @@ target_link_libraries(ofstd INTERFACE ${OFSTD_LIBRARY})
 
 # Each distribution has the one or the other; both declare the same functions in mysql.h.
 pkg_search_module(MYSQL REQUIRED IMPORTED_TARGET libmariadb mysqlclient)
+message(STATUS "Database client: ${MYSQL_MODULE_NAME} ${MYSQL_VERSION}")
 
 find_package(Java 1.8 REQUIRED COMPONENTS Development)
 # The headers of the JDK whose compiler is used; a JDK without a window system is enough.

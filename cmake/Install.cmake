@@ -20,6 +20,16 @@ install(EXPORT storestate NAMESPACE storestate:: FILE storestate-config.cmake
 write_basic_package_version_file(storestate-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate-config-version.cmake DESTINATION ${package_dir} COMPONENT dev)
 
+# The same for those who do without CMake; like the package above it may be moved.
+set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH pc_libdir /${pc_dir} /${STORESTATE_JNIDIR})
+file(RELATIVE_PATH pc_includedir /${pc_dir} /${CMAKE_INSTALL_INCLUDEDIR}/storestate)
+get_directory_property(pc_flags COMPILE_DEFINITIONS)
+list(TRANSFORM pc_flags PREPEND -D)
+list(JOIN pc_flags " " pc_flags)
+configure_file(cmake/storestate.pc.in storestate.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate.pc DESTINATION ${pc_dir} COMPONENT dev)
+
 if(STORESTATE_TOOLS)
     install(TARGETS storestate_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
     install(FILES tools/manual/storestate.bash-completion
