@@ -30,6 +30,11 @@ final class Bench {
             arguments.length > 4 ? arguments[4] : null);
         bench.run();
         Files.writeString(Path.of(arguments[2]), bench.report.json());
+        if (bench.only == null) {
+            Summary summary = new Summary(bench.report, Machine.describe(tmpfs(), bench.disk));
+            Files.writeString(bench.build.resolve("how-fast.md"), summary.table());
+            Files.writeString(bench.build.resolve("how-fast.svg"), summary.picture());
+        }
     }
 
     private void run() throws Exception {

@@ -1,6 +1,7 @@
 package bench;
 
 import java.util.ArrayList;
+import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Locale;
@@ -42,7 +43,12 @@ final class Report {
     }
 
     double figure(String title, String row, String column) {
-        return sections.get(title).get(row).get(column);
+        return row(title, row).get(column);
+    }
+
+    /** The figures of a line by column; null when there is no such line. */
+    Map<String, Double> row(String title, String row) {
+        return sections.getOrDefault(title, Collections.emptyMap()).get(row);
     }
 
     void target(String text, double figure, double limit) {
