@@ -21,6 +21,8 @@ struct Range {
 constexpr Range STEERING[] = {{0x0, 0x1F},      {0x7F, 0x9F},     {0x61C, 0x61C},
                               {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
 
+constexpr uint32_t LARGEST = 0x10FFFF;
+
 /** The shortest form only: a longer one is a disguise. */
 Character characterAt(const std::string& text, size_t at) {
     static constexpr uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
@@ -40,7 +42,7 @@ Character characterAt(const std::string& text, size_t at) {
         }
         number = number << 6U | (next & 0x3FU);
     }
-    return number >= SMALLEST[size] ? Character{number, size} : Character{0, 0};
+    return number >= SMALLEST[size] && number <= LARGEST ? Character{number, size} : Character{0, 0};
 }
 
 bool steers(uint32_t number) {
