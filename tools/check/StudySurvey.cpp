@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int LEVELS = 4;              ///< directories between the root and a study, at most
+constexpr int LEVELS = 3;              ///< of directories below the root, down to the studies
 constexpr int64_t WRITE_SECONDS = 600; ///< no call writes that long
 
 bool isOldTemporary(const fs::path& path) {
