@@ -2,10 +2,12 @@
 #include "check/CheckOutput.h"
 #include "check/CheckReport.h"
 #include "commands/Commands.h"
+#include "process/Users.h"
 #include "storestate/Environment.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
@@ -19,6 +21,17 @@ void showOthers(CheckReport& report) {
             const std::string value = setting(variable.name);
             report.good(variable.name, (value.empty() ? "not set" : value) + ": " + variable.meaning);
         }
+    }
+}
+
+/** Whose rights the other findings speak of. */
+void showUser(CheckReport& report, const std::string& identityFault) {
+    const std::string user = userName(geteuid());
+    if (identityFault.empty()) {
+        report.good("user", user);
+    } else {
+        report.note("user", user + ", who may do more than the server's user: " + identityFault,
+                    "storestate check --as USER");
     }
 }
 
@@ -47,9 +60,7 @@ std::string rendered(const CheckReport& report, const CheckOptions& options) {
 
 int checkEnvironment(const CheckOptions& options) {
     CheckReport report;
-    if (!options.identityFault.empty()) {
-        report.note("user", "root, not the server's: " + options.identityFault, "");
-    }
+    showUser(report, options.identityFault);
     lookAtAll(report);
     const std::string text = rendered(report, options);
     const bool printed = fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0;

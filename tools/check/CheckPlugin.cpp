@@ -83,9 +83,15 @@ void tryOnNothing(CheckReport& report) {
     setenv(REPOSITORY, pattern.c_str(), 1);
     const PluginAnswer made = askToCreate("check");
     std::error_code ignored;
+    const bool isThere = fs::is_directory(made.directory, ignored);
     fs::remove_all(pattern, ignored);
     if (succeeded(report, "createDirectory_", made)) {
-        report.good("createDirectory_", "makes a directory");
+        if (isThere) {
+            report.good("createDirectory_", "makes a directory");
+        } else {
+            report.bad("createDirectory_", "names " + made.directory + ", but makes no directory there",
+                       "no new study can be saved: have the plug-in repaired");
+        }
     }
 }
 

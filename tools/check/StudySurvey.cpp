@@ -1,10 +1,13 @@
 #include "check/StudySurvey.h"
 
+#include "record/TemporaryRecords.h"
 #include "storestate/StudyPaths.h"
 
+#include <algorithm>
 #include <ctime>
 #include <deque>
 #include <filesystem>
+#include <iterator>
 #include <sys/stat.h>
 
 namespace storestate {
@@ -15,12 +18,9 @@ namespace fs = std::filesystem;
 constexpr int LEVELS = 3;              ///< of directories below the root, down to the studies
 constexpr int64_t WRITE_SECONDS = 600; ///< no call writes that long
 
-bool isOldTemporary(const fs::path& path) {
-    const std::string record = fs::path(recordPath("").c_str()).filename().string() + ".";
+bool isOld(const std::string& path) {
     struct stat status;
-    return path.filename().string().compare(0, record.size(), record) == 0 &&
-           path.filename().string().find_first_not_of("0123456789", record.size()) == std::string::npos &&
-           stat(path.c_str(), &status) == 0 && time(nullptr) - status.st_mtime >= WRITE_SECONDS;
+    return stat(path.c_str(), &status) == 0 && time(nullptr) - status.st_mtime >= WRITE_SECONDS;
 }
 
 /** What an empty archive has, too. */
@@ -30,12 +30,8 @@ bool isNoStudy(const std::string& name) {
 
 void lookAtStudy(StudySurvey& survey, const std::string& study) {
     survey.studies.push_back(study);
-    std::error_code unreadable;
-    for (const auto& entry : fs::directory_iterator(infoDirectoryPath(study.c_str()).c_str(), unreadable)) {
-        if (isOldTemporary(entry.path())) {
-            survey.temporaries.push_back(entry.path().string());
-        }
-    }
+    const std::vector<std::string> temporaries = temporaryRecords(study);
+    std::copy_if(temporaries.begin(), temporaries.end(), std::back_inserter(survey.temporaries), isOld);
 }
 
 } // namespace

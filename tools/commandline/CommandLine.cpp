@@ -67,7 +67,11 @@ int prepare(Request& request, const std::string& command) {
             request.check.identityFault.swap(fault);
         }
     }
-    return fault.empty() ? STATUS_DONE : complain(command, fault + ".", STATUS_FAILED);
+    if (fault.empty()) {
+        return STATUS_DONE;
+    }
+    complain(command, fault + ".", STATUS_FAILED);
+    return request.check.asMonitor ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_FAILED);
 }
 
 } // namespace

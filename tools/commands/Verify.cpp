@@ -5,8 +5,8 @@
 #include "diagnosis/Explanation.h"
 #include "locks/LockFiles.h"
 #include "record/StoredRecord.h"
+#include "record/TemporaryRecords.h"
 #include "storestate/RecordFormat.h"
-#include "storestate/StudyPaths.h"
 #include "terminal/Terminal.h"
 
 #include <filesystem>
@@ -98,19 +98,12 @@ private:
             ++locked;
             remarks.push_back("locked: " + holderText(*lock));
         }
-        namespace fs = std::filesystem;
-        const std::string info = record.directory.empty() ? "" : infoDirectoryPath(record.directory.c_str()).c_str();
-        const std::string begin = fs::path(record.path).filename().string() + ".";
-        std::error_code none;
-        for (const fs::directory_entry& entry : fs::directory_iterator(info, none)) {
-            const std::string name = entry.path().filename();
-            if (name.compare(0, begin.size(), begin) == 0 &&
-                name.find_first_not_of("0123456789", begin.size()) == std::string::npos) {
-                ++temporaryFiles;
-                remarks.push_back("temporary file left: " + entry.path().string());
-            }
+        for (const std::string& path : temporaryRecords(record.directory)) {
+            ++temporaryFiles;
+            remarks.push_back("temporary file left: " + path);
         }
-        if (record.text.version == 0 && record.path.empty() == false && !fs::exists(record.path, none) &&
+        std::error_code none;
+        if (record.text.version == 0 && !record.path.empty() && !std::filesystem::exists(record.path, none) &&
             !record.legacyNames().empty()) {
             remarks.push_back("a separate forward list without a record, which no conversion takes in");
         }

@@ -1,0 +1,114 @@
+#include "check/CheckApart.h"
+#include "check/CheckOutput.h"
+#include "check/Directories.h"
+#include "check/SystemLog.h"
+#include "support/Workplace.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+using namespace storestate;
+
+namespace {
+
+/** A socket that listens and is never read, with room for little. */
+int listenAt(const std::string& path, int type) {
+    const int listener = socket(AF_UNIX, type | SOCK_NONBLOCK, 0);
+    struct sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, path.c_str());
+    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    listen(listener, 0);
+    return listener;
+}
+
+/** Writes, or comes in, until there is no room. */
+void fill(const std::string& path, int type) {
+    struct sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, path.c_str());
+    for (int writer = 0; writer >= 0;) {
+        writer = socket(AF_UNIX, type | SOCK_NONBLOCK, 0);
+        const bool connected = connect(writer, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+        if (!connected || (type == SOCK_DGRAM && send(writer, "x", 1, MSG_DONTWAIT) < 0)) { return; }
+    }
+}
+
+TEST(SystemLog, NamesHowItsListenerDoes) {
+    const Workplace workplace;
+    EXPECT_EQ(logListener((workplace.root + "/none").c_str()), LogListener::NONE);
+    for (const int type : {SOCK_DGRAM, SOCK_STREAM}) {
+        const std::string path = workplace.root + "/log" + std::to_string(type);
+        listenAt(path, type);
+        EXPECT_EQ(logListener(path.c_str()), LogListener::READS) << type;
+        fill(path, type);
+        EXPECT_EQ(logListener(path.c_str()), LogListener::STANDS_STILL) << type;
+    }
+}
+
+TEST(CheckSpace, TellsFullFromNearlyFull) {
+    const struct {
+        const char* name;
+        fsblkcnt_t blocks, blocksLeft, inodes, inodesLeft;
+        const char* findings;
+    } rows[] = {
+        {"plenty of both", 5000, 50, 1000, 10, ""},
+        {"no space", 5000, 0, 1000, 10, "BAD   X the disk is full"},
+        {"little space", 102400, 1023, 1000, 10, "note  X the disk is nearly full: 3 MiB left"},
+        {"no inodes", 5000, 50, 1000, 0, "BAD   X the file system has no inodes left"},
+        {"few inodes", 5000, 50, 1000, 9, "note  X the file system has only 9 inodes left"},
+        {"inodes are not counted", 5000, 50, 0, 0, ""},
+        {"a file system without blocks", 0, 0, 0, 0, ""},
+    };
+    for (const auto& row : rows) {
+        struct statvfs state = {};
+        state.f_frsize = 4096;
+        state.f_blocks = row.blocks, state.f_bavail = row.blocksLeft;
+        state.f_files = row.inodes, state.f_favail = row.inodesLeft;
+        CheckReport report;
+        checkSpace(report, "X", state);
+        const std::string lines = findingLines(report, true);
+        std::string text;
+        for (const char character : lines.substr(0, lines.find(" -> "))) {
+            text += text.size() > 7 && character == ' ' && text.back() == ' ' ? "" : std::string(1, character);
+        }
+        EXPECT_EQ(text, row.findings) << row.name;
+    }
+}
+
+TEST(CheckApart, KeepsWhatWasFoundBeforeAPartFailed) {
+    CheckReport report;
+    checkApart(report, {{"crash", "repair",
+                         [](CheckReport& part) {
+                             part.good("before", "line\nbreak \xff");
+                             raise(SIGKILL);
+                         }},
+                        {"hang", "wait", [](CheckReport&) { sleep(100); }},
+                        {"throw", "", [](CheckReport&) { throw std::runtime_error("odd"); }},
+                        {"late", "", [](CheckReport& part) { part.note("late", "seen", "do"); }}});
+    EXPECT_EQ(findingLines(report, false),
+              "ok    before                  line?break \xEF\xBF\xBD\n"
+              "BAD   crash                   ended this look by a signal: Killed -> repair\n"
+              "BAD   hang                    no answer within 5 seconds -> wait\n"
+              "?     throw                   odd -> try again\n"
+              "note  late                    seen -> do\n");
+    EXPECT_EQ(monitorLine(report), "STORESTATE CRITICAL: crash ended this look by a signal: Killed; hang no answer "
+                                   "within 5 seconds | bad=2 unknown=1 notes=1\n");
+}
+
+TEST(CheckReport, StatusIsThatOfTheWorst) {
+    const std::pair<Verdict, int> statuses[] = {
+        {Verdict::GOOD, 0}, {Verdict::NOTE, 1}, {Verdict::UNKNOWN, 3}, {Verdict::BAD, 2}};
+    CheckReport report;
+    for (const auto& [verdict, status] : statuses) {
+        report.add({verdict, "a|b", "c|d", ""});
+        EXPECT_EQ(monitorStatus(report.worst()), status);
+    }
+    EXPECT_EQ(monitorLine(report), "STORESTATE CRITICAL: a/b c/d | bad=1 unknown=1 notes=1\n");
+}
+
+} // namespace
