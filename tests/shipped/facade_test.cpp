@@ -87,7 +87,8 @@ TEST_F(Facade, HandsEachCallOnOrReportsWhyNot) {
                                                                    {"flag", flag ? "1" : "0"},
                                                                    {"opaque", ::testing::PrintToString(opaque)}});
             EXPECT_EQ(Workplace::read(calls), error.empty() ? handedOn : "");
-            EXPECT_FALSE(home != nullptr && loaded(home)) << name;
+            EXPECT_FALSE(loaded(home != nullptr ? home : "")) << name;
+            if (error.find(loading) == 0) { break; } // for the others it is the same
         }
     }
     for (const std::string& listed : {std::to_string(getpid()) + " ", std::string("PATH=")}) {
