@@ -3,6 +3,7 @@
 #include "support/Testing.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
@@ -14,7 +15,7 @@ STORESTATE_EXPORT void dumpPS() { ADD_FAILURE() << "the library's calls bind ins
 STORESTATE_EXPORT void getLocation() { ADD_FAILURE() << "the library's calls bind inside it"; }
 }
 
-/** A socket /dev/log, in a /dev that only this process sees, and which may hold other things, too. */
+/** A socket /dev/log, in a /dev that only this process sees. What lies in memory there stays. */
 static int bindLogSocket() {
     const std::string user = "0 " + std::to_string(getuid()) + " 1", group = "0 " + std::to_string(getgid()) + " 1";
     if (unshare(CLONE_NEWNS) != 0) { // not root: a root of its own
@@ -24,7 +25,10 @@ static int bindLogSocket() {
         std::ofstream("/proc/self/gid_map") << group;
     }
     mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr); // fails in a chroot, whose mounts are private already
+    const std::string memory = "/proc/self/fd/" + std::to_string(open("/dev/shm", O_PATH));
     if (mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0) { return -1; }
+    std::filesystem::create_directory("/dev/shm");
+    mount(memory.c_str(), "/dev/shm", nullptr, MS_BIND | MS_REC, nullptr);
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM, 0);
     sockaddr_un address = {AF_UNIX, "/dev/log"};
     return bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? socket : -1;
@@ -45,7 +49,6 @@ TEST(Shipped, LogsToTheSystemLogAndKeepsToItself) {
     if (log < 0) {
         GTEST_SKIP() << "no /dev/log of its own (" << strerror(errno) << "): needs root or user namespaces";
     }
-    setVariable("TMPDIR", "/dev");
     const Workplace place;
     void* library = dlopen(STORESTATE_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();
