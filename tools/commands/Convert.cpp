@@ -37,8 +37,6 @@ void keepOriginal(const std::string& path) {
     }
 }
 
-enum class Outcome { CONVERTED, UNCHANGED, FAILED };
-
 /** One study of the run. */
 class Conversion {
 public:
@@ -69,10 +67,13 @@ private:
         if (!objection.empty() && !request.damaged) {
             return complain(study, objection + " --damaged converts it and keeps the original.", STATUS_FAILED);
         }
+        state.useLock = false; // it is taken already, or not needed
+        state.load();
         const std::string before = formatRecord(current.state);
-        const std::string after = convertedText(study);
+        const std::string after = formatRecord(state);
         const bool changes = before != after || !objection.empty();
         if (changes && request.dryRun) {
+            requireReadable(state, after);
             printChange(study, before, after);
         } else if (changes) {
             replace(state, current);
@@ -82,9 +83,7 @@ private:
         return STATUS_DONE;
     }
 
-    void replace(StoreState& state, const StoredRecord& current) const {
-        state.useLock = false; // it is taken already
-        state.load();
+    static void replace(StoreState& state, const StoredRecord& current) {
         if (!current.text.objection().empty()) {
             keepOriginal(current.path);
         }

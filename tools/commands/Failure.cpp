@@ -27,11 +27,11 @@ int guarded(const std::string& subject, const std::function<int()>& work) {
     return complain(subject, text, STATUS_FAILED);
 }
 
-int combined(int before, int status) {
-    if (before == STATUS_DONE || before == status) {
-        return status;
+int combined(int before, int next) {
+    if (before == STATUS_DONE || before == next) {
+        return next;
     }
-    return status == STATUS_DONE ? before : STATUS_FAILED;
+    return next == STATUS_DONE ? before : STATUS_FAILED;
 }
 
 } // namespace storestate

@@ -15,7 +15,7 @@ int complain(const std::string& subject, const std::string& text, Status status)
 int guarded(const std::string& subject, const std::function<int()>& work);
 
 /** The exit status for several studies: that of the failures if they agree, otherwise STATUS_FAILED. */
-int combined(int before, int status);
+int combined(int before, int next);
 
 } // namespace storestate
 
