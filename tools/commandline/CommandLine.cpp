@@ -8,6 +8,7 @@
 #include "terminal/Terminal.h"
 
 #include <algorithm>
+#include <sstream>
 
 namespace storestate {
 namespace {
@@ -46,8 +47,15 @@ std::string hint(const CLI::App& app, const Words& words) {
 }
 
 int refuse(const CLI::App& app, const CLI::ParseError& refused, const Words& words) {
-    if (app.exit(refused) == 0) {
-        return STATUS_DONE; // --help and --version
+    std::ostringstream help;
+    std::ostringstream complaint;
+    const int status = app.exit(refused, help, complaint);
+    printf("%s", help.str().c_str()); // of --help and --version
+    for (const std::string& line : splitLines(complaint.str())) {
+        fprintf(stderr, "%s\n", printable(line).c_str());
+    }
+    if (status == 0) {
+        return STATUS_DONE;
     }
     const std::string meant = hint(app, words);
     if (!meant.empty()) {

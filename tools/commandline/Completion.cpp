@@ -3,6 +3,7 @@
 #include "bulk/StudyList.h"
 #include "locks/LockFiles.h"
 #include "support/QXException.h"
+#include "terminal/Text.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -83,7 +84,8 @@ int complete(const Words& words) {
     const std::string begun = words.empty() ? "" : words.back();
     try {
         for (const std::string& candidate : candidates(app, words)) {
-            if (candidate.compare(0, begun.size(), begun) == 0) {
+            // A name that could steer the terminal has to be typed.
+            if (candidate.compare(0, begun.size(), begun) == 0 && candidate == printable(candidate)) {
                 fwrite(candidate.c_str(), 1, candidate.size() + 1, stdout);
             }
         }

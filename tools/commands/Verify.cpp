@@ -151,7 +151,7 @@ int listStudies() {
         const StudiesFound found = findStudies();
         for (const std::string& study : found.studies) {
             if (study.find('\n') == std::string::npos) {
-                printf("%s\n", study.c_str());
+                printf("%s\n", (isTerminal(stdout) ? printable(study) : study).c_str());
             }
         }
         return complainAboutDirectories(found, "studies");
