@@ -15,12 +15,11 @@
 namespace storestate {
 namespace {
 
-/** Whose lock it is and what to do; empty when it has just been given back. */
-std::string obstacle(const std::string& study) {
-    const std::optional<LockFile> lock = findLock(study);
+/** Whose lock it is and what to do. */
+std::string obstacleText(const std::optional<LockFile>& lock) {
     return lock.has_value() ? holderText(*lock) + ", file " + lock->path +
-                                  "; if that process is gone, remove it: storestate unlock " + shellWord(study)
-                            : "";
+                                  "; if that process is gone, remove it: storestate unlock " + shellWord(lock->study)
+                            : "given back just now: try again";
 }
 
 } // namespace
@@ -28,7 +27,7 @@ std::string obstacle(const std::string& study) {
 int takeLock(StoreState& state, const Patience& patience) {
     const std::string study = state.studyId.c_str();
     switch (waitForLock(state.semaphore, patience.seconds,
-                        [&] { printRemark(study, "Waiting for the lock, " + obstacle(study)); })) {
+                        [&] { printRemark(study, "Waiting for the lock, " + obstacleText(findLock(study))); })) {
     case LockWait::TAKEN:
         return STATUS_DONE;
     case LockWait::INTERRUPTED:
@@ -37,19 +36,29 @@ int takeLock(StoreState& state, const Patience& patience) {
     default:
         return patience.putBack
                    ? PUT_BACK
-                   : complain(study, "Timeout Exception: [1] Semaphore timed out: " + obstacle(study), STATUS_TIMEOUT);
+                   : complain(study, "Timeout Exception: [1] Semaphore timed out: " + obstacleText(findLock(study)),
+                              STATUS_TIMEOUT);
     }
 }
 
 int reportLock(const std::string& study) {
-    const std::string text = obstacle(study);
-    return text.empty() ? STATUS_DONE : complain(study, "The study is locked: " + text, STATUS_TIMEOUT);
+    const std::optional<LockFile> lock = findLock(study);
+    return lock.has_value() ? complain(study, "The study is locked: " + obstacleText(lock), STATUS_TIMEOUT)
+                            : static_cast<int>(STATUS_DONE);
 }
 
 void reportInvalidLines(const StoredRecord& record) {
     for (const std::string& line : record.text.invalidLines) {
         printRemark(record.state.studyId.c_str(), "Invalid line: " + line + " (in " + record.path + ")");
     }
+}
+
+int complainAboutUnreadable(const StudiesFound& found, const std::string& command) {
+    int status = STATUS_DONE;
+    for (const std::string& directory : found.unreadable) {
+        status = complain(command, "Reading directory failed: " + directory, STATUS_FAILED);
+    }
+    return status;
 }
 
 int prepareWriting(const StoredRecord& record) {

@@ -3,6 +3,7 @@
 #define TOOLS_COMMANDS_STUDYWORK_H
 
 #include "bulk/BulkRun.h"
+#include "bulk/StudyList.h"
 #include "record/StoredRecord.h"
 #include "storestate/StoreState.h"
 
@@ -19,6 +20,9 @@ int reportLock(const std::string& study);
 
 /** Says which lines of the record have no meaning. */
 void reportInvalidLines(const StoredRecord& record);
+
+/** Names the directories that nobody could look into; returns the exit status. */
+int complainAboutUnreadable(const StudiesFound& found, const std::string& command);
 
 /** Whose the study is permits to write it; makes new files fit to it. Returns STATUS_DONE or the exit status. */
 int prepareWriting(const StoredRecord& record);

@@ -2,10 +2,12 @@
 #include "bulk/StudyList.h"
 #include "commands/Commands.h"
 #include "commands/Failure.h"
+#include "commands/StudyWork.h"
 #include "diagnosis/Explanation.h"
 #include "locks/LockFiles.h"
 #include "record/StoredRecord.h"
 #include "record/TemporaryRecords.h"
+#include "storestate/DeviceSetFiller.h"
 #include "storestate/RecordFormat.h"
 #include "terminal/Terminal.h"
 
@@ -35,12 +37,12 @@ public:
         remarks.clear();
         try {
             kind = classify(record);
-            lookBeside(record);
         } catch (const QXException& failure) {
-            kind = UNREADABLE;
             remarks.push_back(explained(failure, study));
         }
         ++counts[kind];
+        lookForLock(study);
+        lookForTemporaryFiles(record);
         print(study);
         if (kind == WITHOUT_RECORD) {
             return mustExist ? complain(study, record.absence(), STATUS_EXISTENCE) : STATUS_DONE;
@@ -58,6 +60,9 @@ public:
 private:
     Kind classify(StoredRecord& record) {
         if (!record.read()) {
+            if (!record.directory.empty() && !record.legacyNames().empty()) {
+                remarks.emplace_back("a separate forward list without a record, which no conversion takes in");
+            }
             return WITHOUT_RECORD;
         }
         for (const std::string& line : record.text.invalidLines) {
@@ -79,8 +84,9 @@ private:
     /** Why the record, with the legacy list that it would take in, could not be saved; empty when it could. */
     static std::string storingFault(StoredRecord& record) {
         if (record.isEarlier()) {
+            DeviceSetFiller forward(record.state.forwardDevices);
             for (const std::string& name : record.legacyNames()) {
-                record.state.forwardDevices.Insert(name.c_str());
+                forward.add(name.c_str());
             }
         }
         try {
@@ -91,21 +97,27 @@ private:
         }
     }
 
-    void lookBeside(const StoredRecord& record) {
-        const std::string study = record.state.studyId.c_str();
+    void lookForLock(const std::string& study) {
         const std::optional<LockFile> lock = findLock(study);
         if (lock.has_value()) {
             ++locked;
             remarks.push_back("locked: " + holderText(*lock));
         }
-        for (const std::string& path : temporaryRecords(record.directory)) {
-            ++temporaryFiles;
-            remarks.push_back("temporary file left: " + path);
-        }
+    }
+
+    /** What a process that was killed while it saved has left. */
+    void lookForTemporaryFiles(const StoredRecord& record) {
+        namespace fs = std::filesystem;
+        const fs::path path = record.path;
+        const std::string begin = path.filename().string() + ".";
         std::error_code none;
-        if (record.text.version == 0 && !record.path.empty() && !std::filesystem::exists(record.path, none) &&
-            !record.legacyNames().empty()) {
-            remarks.push_back("a separate forward list without a record, which no conversion takes in");
+        for (const fs::directory_entry& entry : fs::directory_iterator(path.parent_path(), none)) {
+            const std::string name = entry.path().filename();
+            if (name.compare(0, begin.size(), begin) == 0 &&
+                name.find_first_not_of("0123456789", begin.size()) == std::string::npos) {
+                ++temporaryFiles;
+                remarks.push_back("temporary file left: " + entry.path().string());
+            }
         }
     }
 
@@ -122,20 +134,12 @@ private:
     std::vector<std::string> remarks; ///< on the study in hand
 };
 
-int complainAboutDirectories(const StudiesFound& found, const char* command) {
-    int status = STATUS_DONE;
-    for (const std::string& directory : found.unreadable) {
-        status = complain(command, "Reading directory failed: " + directory, STATUS_FAILED);
-    }
-    return status;
-}
-
 } // namespace
 
 int verifyRecords(const Studies& arguments) {
     return guarded("verify", [&] {
         const StudiesFound found = arguments.empty() ? findStudies() : StudiesFound{collectStudies(arguments), {}};
-        const int readable = complainAboutDirectories(found, "verify");
+        const int readable = complainAboutUnreadable(found, "verify");
         Verification verification;
         const int status =
             workThrough({"verify"}, found.studies, [&](const std::string& study, const Patience& /*unlocked*/) {
@@ -143,18 +147,6 @@ int verifyRecords(const Studies& arguments) {
             });
         verification.printCounts(found.studies.size());
         return combined(readable, status);
-    });
-}
-
-int listStudies() {
-    return guarded("studies", [] {
-        const StudiesFound found = findStudies();
-        for (const std::string& study : found.studies) {
-            if (study.find('\n') == std::string::npos) {
-                printf("%s\n", (isTerminal(stdout) ? printable(study) : study).c_str());
-            }
-        }
-        return complainAboutDirectories(found, "studies");
     });
 }
 

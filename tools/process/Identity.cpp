@@ -11,12 +11,6 @@
 #include <unistd.h>
 
 namespace storestate {
-
-std::string userName(uid_t user) {
-    const passwd* entry = getpwuid(user);
-    return entry != nullptr ? entry->pw_name : std::to_string(user);
-}
-
 namespace {
 
 bool rootGivenUp = false;
