@@ -81,8 +81,8 @@ int showRecord(const std::string& study, Json* list) {
         } else {
             print(record);
         }
-        const std::string objection = record.text.objection();
-        return objection.empty() ? STATUS_DONE : complain(study, objection, STATUS_FAILED);
+        const std::string wrong = record.text.objection();
+        return wrong.empty() ? STATUS_DONE : complain(study, wrong, STATUS_FAILED);
     });
 }
 
