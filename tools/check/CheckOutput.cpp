@@ -11,20 +11,26 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// Functions and no pointers to members, of which GCC 14 warns without need.
+using Colour = std::string (*)(const Style&, const std::string&);
+constexpr Colour GREEN = [](const Style& style, const std::string& text) { return style.good(text); };
+constexpr Colour YELLOW = [](const Style& style, const std::string& text) { return style.warning(text); };
+constexpr Colour RED = [](const Style& style, const std::string& text) { return style.bad(text); };
+
 /** How a verdict is called, in the order of the enumeration. */
 struct VerdictNames {
     const char* label;   ///< in front of a line
     const char* name;    ///< in JSON
     const char* monitor; ///< for a monitoring system
     int status;
-    std::string (Style::*colour)(const std::string&) const;
+    Colour colour;
 };
 
 constexpr std::array<VerdictNames, 4> NAMES = {{
-    {"ok  ", "good", "OK", 0, &Style::good},
-    {"note", "note", "WARNING", 1, &Style::warning},
-    {"?   ", "unknown", "UNKNOWN", STATUS_MONITOR_UNKNOWN, &Style::warning},
-    {"BAD ", "bad", "CRITICAL", 2, &Style::bad},
+    {"ok  ", "good", "OK", 0, GREEN},
+    {"note", "note", "WARNING", 1, YELLOW},
+    {"?   ", "unknown", "UNKNOWN", STATUS_MONITOR_UNKNOWN, YELLOW},
+    {"BAD ", "bad", "CRITICAL", 2, RED},
 }};
 
 const VerdictNames& names(Verdict verdict) {
@@ -38,7 +44,7 @@ std::string whole(const Finding& finding) {
 std::string line(const Finding& finding, const Style& style) {
     const VerdictNames& verdict = names(finding.verdict);
     const std::string gap(std::max<size_t>(24, finding.subject.size() + 1) - finding.subject.size(), ' ');
-    return (style.*verdict.colour)(verdict.label) + "  " + finding.subject + gap + printable(whole(finding)) + "\n";
+    return verdict.colour(style, verdict.label) + "  " + finding.subject + gap + printable(whole(finding)) + "\n";
 }
 
 size_t count(const CheckReport& report, Verdict verdict) {
