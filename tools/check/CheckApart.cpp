@@ -119,6 +119,7 @@ void checkApart(CheckReport& report, const std::vector<CheckPart>& parts) {
     const auto deadline = Clock::now() + std::chrono::seconds(CHECK_SECONDS);
     fflush(stdout);
     std::vector<Look> looks;
+    looks.reserve(parts.size());
     for (const CheckPart& part : parts) {
         looks.push_back(begin(report, part));
     }
