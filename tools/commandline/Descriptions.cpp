@@ -10,20 +10,19 @@ namespace {
 constexpr int RECORD_LOCK_SECONDS = 20; ///< as StoreState::load() waits
 constexpr size_t OPTION_WIDTH = 20;
 
-struct Command {
-    const char* name;
-    const char* text;
+/** What a command needs. */
+struct Needs {
     Words variables;
     Rights rights;
-    std::function<int()> run;
 };
 
-CLI::App* addCommand(CLI::App& app, Request& request, const Command& command) {
-    CLI::App* added = app.add_subcommand(command.name, command.text);
-    added->final_callback([&request, command] {
-        request.run = command.run;
-        request.variables = command.variables;
-        request.rights = command.rights;
+CLI::App* addCommand(CLI::App& app, Request& request, const char* name, const char* text, const Needs& needs,
+                     const std::function<int()>& run) {
+    CLI::App* added = app.add_subcommand(name, text);
+    added->final_callback([&request, needs, run] {
+        request.run = run;
+        request.variables = needs.variables;
+        request.rights = needs.rights;
     });
     const char* group = "User and environment";
     added->add_option("--as", request.user, "for root: become this user; otherwise the repository's owner")
@@ -113,9 +112,8 @@ std::string modifyFooter() {
 }
 
 void describeModify(CLI::App& app, Request& request, const Words& variables) {
-    CLI::App* modify = addCommand(app, request,
-                                  {"modify", "Change a record: -- OPTION VALUE...", variables, Rights::OWNER,
-                                   [&] { return modifyRecord(modifyRequest(request)); }});
+    CLI::App* modify = addCommand(app, request, "modify", "Change a record: -- OPTION VALUE...",
+                                  {variables, Rights::OWNER}, [&] { return modifyRecord(modifyRequest(request)); });
     modify->add_option("STUDY", request.studies, "study identifier");
     CLI::Option* mustNotExist = modify->add_flag("--new", request.mustNotExist, "the record must not exist yet");
     modify->add_flag("--existing", request.mustExist, "the record must exist")->excludes(mustNotExist);
@@ -126,11 +124,11 @@ void describeModify(CLI::App& app, Request& request, const Words& variables) {
 }
 
 void describeConvert(CLI::App& app, Request& request, const Words& variables) {
-    CLI::App* convert = addCommand(
-        app, request, {"convert", "Convert records of the earlier generation", variables, Rights::OWNER, [&] {
-                           return convertRecords({someStudies(request), request.dryRun, request.damaged,
-                                                  seconds(request, RECORD_LOCK_SECONDS)});
-                       }});
+    CLI::App* convert = addCommand(app, request, "convert", "Convert records of the earlier generation",
+                                   {variables, Rights::OWNER}, [&] {
+                                       return convertRecords({someStudies(request), request.dryRun, request.damaged,
+                                                              seconds(request, RECORD_LOCK_SECONDS)});
+                                   });
     convert->add_option("STUDY", request.studies, "study identifiers; - reads them from standard input, one per line");
     convert->add_flag("--dry-run", request.dryRun, "only say what would change");
     convert->add_flag("--damaged", request.damaged, "also damaged records; the originals are kept beside them");
@@ -142,54 +140,48 @@ void describeRecordCommands(CLI::App& app, Request& request) {
     const Words reading = {"REPOSITORY_DICOM_DATA", "REPOSITORY_HANDLER_HOME"};
     const Words writing = {"REPOSITORY_DICOM_DATA", "REPOSITORY_HANDLER_HOME", "LOCK_VAR"};
 
-    CLI::App* show = addCommand(app, request, {"show", "Print records as they are stored", reading, Rights::OWNER, [&] {
-                                                   return showRecords(someStudies(request), request.asJson);
-                                               }});
+    CLI::App* show = addCommand(app, request, "show", "Print records as they are stored", {reading, Rights::OWNER},
+                                [&] { return showRecords(someStudies(request), request.asJson); });
     show->add_option("STUDY", request.studies, "study identifiers");
     show->add_flag("--json", request.asJson, "for scripts");
 
     describeModify(app, request, writing);
     describeConvert(app, request, writing);
 
-    CLI::App* verify = addCommand(app, request,
-                                  {"verify", "Look for records and lists that are not in order", writing, Rights::OWNER,
-                                   [&] { return verifyRecords(studies(request)); }});
+    CLI::App* verify = addCommand(app, request, "verify", "Look for records and lists that are not in order",
+                                  {writing, Rights::OWNER}, [&] { return verifyRecords(studies(request)); });
     verify->add_option("STUDY", request.studies,
                        "study identifiers; - reads them from standard input; none: all studies");
-    addCommand(app, request, {"studies", "List all studies of the repository", root, Rights::OWNER, listStudies});
+    addCommand(app, request, "studies", "List all studies of the repository", {root, Rights::OWNER}, listStudies);
 }
 
 void describeLockCommands(CLI::App& app, Request& request) {
     const Words variables = {"LOCK_VAR"};
     CLI::App* lock =
-        addCommand(app, request,
-                   {"lock", "Take a study's lock and keep it", variables, Rights::OWNER,
-                    [&] { return takeLockForGood(oneStudy(studies(request)), seconds(request, STUDY_LOCK_SECONDS)); }});
+        addCommand(app, request, "lock", "Take a study's lock and keep it", {variables, Rights::OWNER},
+                   [&] { return takeLockForGood(oneStudy(studies(request)), seconds(request, STUDY_LOCK_SECONDS)); });
     lock->add_option("STUDY", request.studies, "study identifier");
     addWait(lock, request);
 
     CLI::App* unlock =
-        addCommand(app, request, {"unlock", "Remove locks, whoever took them", variables, Rights::OWNER, [&] {
-                                      const std::optional<int64_t> age = minimumAge(request);
-                                      return removeLocks(age.has_value() ? studies(request) : someStudies(request), age,
-                                                         request.force);
-                                  }});
+        addCommand(app, request, "unlock", "Remove locks, whoever took them", {variables, Rights::OWNER}, [&] {
+            const std::optional<int64_t> age = minimumAge(request);
+            return removeLocks(age.has_value() ? studies(request) : someStudies(request), age, request.force);
+        });
     unlock->add_option("STUDY", request.studies, "study identifiers; with --older-than none: all that are locked");
     unlock->add_flag("--force", request.force, "do not ask");
     addAge(unlock, request);
 
-    CLI::App* locks = addCommand(app, request,
-                                 {"locks", "List the locks that are held, oldest first", variables, Rights::CALLER,
-                                  [&] { return listLocks(minimumAge(request).value_or(0), request.asJson); }});
+    CLI::App* locks =
+        addCommand(app, request, "locks", "List the locks that are held, oldest first", {variables, Rights::CALLER},
+                   [&] { return listLocks(minimumAge(request).value_or(0), request.asJson); });
     addAge(locks, request);
     locks->add_flag("--json", request.asJson, "for scripts");
 }
 
 void describeCheck(CLI::App& app, Request& request) {
-    CLI::App* check = addCommand(
-        app, request, {"check", "Tell whether the library would work here", {}, Rights::OWNER_IF_POSSIBLE, [&] {
-                           return checkEnvironment(request.check);
-                       }});
+    CLI::App* check = addCommand(app, request, "check", "Tell whether the library would work here",
+                                 {{}, Rights::OWNER_IF_POSSIBLE}, [&] { return checkEnvironment(request.check); });
     check->add_flag("--json", request.check.asJson, "for scripts");
     check->add_flag("--quiet", request.check.quiet, "only what is not good");
     check->add_flag("--monitor", request.check.asMonitor,
