@@ -78,7 +78,7 @@ std::string fileSystem(const std::string& path) {
 void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state) {
     const std::string remedy = "free some: new records and locks are small files";
     const std::string inodeRemedy = "delete files that nobody needs, however small, or make the file system larger";
-    const std::string left = std::to_string(state.f_bavail * (state.f_frsize / 1024) / 1024) + " MiB";
+    const std::string left = std::to_string(state.f_bavail * state.f_frsize / 1048576) + " MiB";
     const bool counted = state.f_files > 0; // some file systems do not count inodes
     if (state.f_blocks > 0 && state.f_bavail == 0) {
         report.bad(variable, "the disk is full", remedy);

@@ -18,7 +18,9 @@ struct Remedy {
 
 constexpr char REACH[] = "see that the server runs, and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, lead "
                          "to it";
-constexpr char CONNECT[] = "let the user of ARQ_USER connect from this machine without a password";
+constexpr char CONNECT[] =
+    "let the user of ARQ_USER connect from this machine without a password; if it may, the server "
+    "perhaps wants TLS (require_secure_transport): use its socket (MYSQL_UNIX_PORT)";
 constexpr char READ[] = "let the user of ARQ_USER read both tables: GRANT SELECT";
 
 constexpr Remedy REMEDIES[] = {
@@ -71,6 +73,12 @@ std::string settingFault(const DB_Query& session) {
     return text.substr(begin, text.find('\n', begin) - begin);
 }
 
+/** MariaDB's client reports a plug-in that it cannot load under the number of the server's refusal that follows. */
+unsigned int cause(unsigned int number, const std::string& message) {
+    constexpr unsigned int PLUGIN_MISSING = 2059;
+    return message.find("could not be loaded") != std::string::npos ? PLUGIN_MISSING : number;
+}
+
 } // namespace
 
 std::optional<DatabaseFault> askForDevices(StoreState& record) {
@@ -81,8 +89,8 @@ std::optional<DatabaseFault> askForDevices(StoreState& record) {
     } catch (const QXException& failure) {
         const unsigned int number = session.errorNumber();
         if (number != 0) {
-            const std::string text = session.errorMessage() + " [" + std::to_string(number) + "]";
-            return DatabaseFault{text, databaseRemedy(number)};
+            const std::string text = session.errorMessage();
+            return DatabaseFault{text + " [" + std::to_string(number) + "]", databaseRemedy(cause(number, text))};
         }
         const std::string setting = settingFault(session);
         const std::string table = setting.empty() ? tableFault() : setting;
