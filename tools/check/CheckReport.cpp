@@ -1,5 +1,7 @@
 #include "check/CheckReport.h"
 
+#include "process/ServerEnvironment.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -26,12 +28,11 @@ std::string setting(const char* variable) {
 }
 
 bool requireSetting(CheckReport& report, const char* variable, const std::string& remedy) {
-    const char* value = getenv(variable);
-    if (value == nullptr || *value == '\0') {
-        report.bad(variable, value == nullptr ? "not set" : "empty", remedy);
-        return false;
+    const std::string fault = variableFault(variable);
+    if (!fault.empty()) {
+        report.bad(variable, fault, remedy);
     }
-    return true;
+    return fault.empty();
 }
 
 } // namespace storestate

@@ -2,6 +2,7 @@
 
 #include "storestate/Environment.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -116,16 +117,17 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
     return "";
 }
 
+std::string variableFault(const char* variable) {
+    const char* value = getenv(variable);
+    return value == nullptr ? "not set" : *value == '\0' ? "empty" : "";
+}
+
 std::string missingVariables(const std::vector<std::string>& names) {
     std::string missing;
-    for (const std::string& name : names) {
-        const char* value = getenv(name.c_str());
-        if (value == nullptr || *value == '\0') {
-            for (const EnvironmentVariable& variable : ENVIRONMENT) {
-                missing += name == variable.name ? name + " (" + variable.meaning + ") is " +
-                                                       (value == nullptr ? "not set" : "empty") + "; "
-                                                 : "";
-            }
+    for (const EnvironmentVariable& variable : ENVIRONMENT) {
+        const std::string fault = variableFault(variable.name);
+        if (!fault.empty() && std::find(names.begin(), names.end(), variable.name) != names.end()) {
+            missing += std::string(variable.name) + " (" + variable.meaning + ") is " + fault + "; ";
         }
     }
     return missing.empty() ? "" : missing + "take it from the server with --env-of PID or --env-file FILE";

@@ -22,6 +22,9 @@ Settings parseProcessEnvironment(const std::string& text);
  */
 std::string takeEnvironment(const std::string& process, const std::vector<std::string>& files);
 
+/** "not set" or "empty"; empty for a variable that has a value. */
+std::string variableFault(const char* variable);
+
 /** Names what is missing or empty of the variables, and says where they come from; empty when all are set. */
 std::string missingVariables(const std::vector<std::string>& names);
 
