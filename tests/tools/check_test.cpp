@@ -15,26 +15,21 @@ using namespace storestate;
 
 namespace {
 
-/** A socket that listens and is never read, with room for little. */
-int listenAt(const std::string& path, int type) {
-    const int listener = socket(AF_UNIX, type | SOCK_NONBLOCK, 0);
+/** A socket of its own, after `join` (bind or connect) has taken it to the path; -1 when that is refused. */
+template <class Join>
+int socketAt(const std::string& path, int type, Join join) {
+    const int own = socket(AF_UNIX, type | SOCK_NONBLOCK, 0);
     struct sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     strcpy(address.sun_path, path.c_str());
-    EXPECT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
-    listen(listener, 0);
-    return listener;
+    return join(own, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? own : -1;
 }
 
 /** Writes, or comes in, until there is no room. */
 void fill(const std::string& path, int type) {
-    struct sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, path.c_str());
     for (int writer = 0; writer >= 0;) {
-        writer = socket(AF_UNIX, type | SOCK_NONBLOCK, 0);
-        const bool connected = connect(writer, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        if (!connected || (type == SOCK_DGRAM && send(writer, "x", 1, MSG_DONTWAIT) < 0)) { return; }
+        writer = socketAt(path, type, connect);
+        if (type == SOCK_DGRAM && send(writer, "x", 1, 0) < 0) { return; }
     }
 }
 
@@ -43,7 +38,7 @@ TEST(SystemLog, NamesHowItsListenerDoes) {
     EXPECT_EQ(logListener((workplace.root + "/none").c_str()), LogListener::NONE);
     for (const int type : {SOCK_DGRAM, SOCK_STREAM}) {
         const std::string path = workplace.root + "/log" + std::to_string(type);
-        listenAt(path, type);
+        listen(socketAt(path, type, bind), 0);
         EXPECT_EQ(logListener(path.c_str()), LogListener::READS) << type;
         fill(path, type);
         EXPECT_EQ(logListener(path.c_str()), LogListener::STANDS_STILL) << type;
@@ -77,6 +72,15 @@ TEST(CheckSpace, TellsFullFromNearlyFull) {
             text += text.size() > 7 && character == ' ' && text.back() == ' ' ? "" : std::string(1, character);
         }
         EXPECT_EQ(text, row.findings) << row.name;
+    }
+}
+
+TEST(CheckDirectories, TellsWhatToDoByTheReason) {
+    for (const int away : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN}) {
+        EXPECT_EQ(remedyForWriting(away), "repair the mount, or the server behind it") << strerror(away);
+    }
+    for (const int full : {ENOSPC, EDQUOT}) {
+        EXPECT_EQ(remedyForWriting(full), "free space and inodes there, or raise the quota") << strerror(full);
     }
 }
 
