@@ -1,46 +1,116 @@
-// A record and a legacy list, parted by the character 1E, through load() and save(). Only a name of the list that no
-// record can carry is refused, and then nothing has changed.
-#include "fuzz/Fields.h"
+// A record, a legacy list and pairs of options, all parted by the character 1E: read, changed and stored. Compiled
+// twice, with FUZZ_FILES for whole loads and saves, and without for the reader and the options alone, which is quicker
+// by far. What is read can be written. What is stored reads back the same; what would not is refused, and nothing has
+// changed.
+#include "storestate/ModifyOptions.h"
+#include "storestate/RecordFormat.h"
+#include "storestate/TextFile.h"
+#include "support/QXException.h"
+#include "support/Workplace.h"
 
+#include <map>
 #include <sstream>
+#include <unistd.h>
+
+using namespace storestate;
+
+#define REQUIRE(condition) ((condition) ? void() : (dprintf(STDERR_FILENO, "violated: %s\n", #condition), abort()))
 
 namespace {
 
 const Workplace place;
-const std::string record = place.record("1.2"), legacyList = place.legacyList("1.2");
+const std::string record = place.record("S"), list = place.legacyList("S");
 
-/** What is stored after a load and a save. */
-Fields rewrite(const std::string& legacyNames) {
-    StoreState state("1.2", "");
+using Fields = std::map<std::string, std::string>; ///< what a record stores, by key
+
+Fields fields(const StoreState& state) {
+    struct {
+        std::string operator()(int32_t number) const { return std::to_string(number); }
+        std::string operator()(bool marking) const { return marking ? "yes" : ""; }
+        std::string operator()(const OFString* text) const { return *text; }
+        std::string operator()(const OFUnorderedSet<OFString>* names) const {
+            std::string all;
+            for (unsigned i = 0; i < names->NumberOfElements(); ++i) { all += (*names)[i] + '\0'; }
+            return all;
+        }
+    } text;
+    Fields found;
+    for (const auto& [key, value] : recordProperties(state)) { found[std::string(key)] = std::visit(text, value); }
+    return found;
+}
+
+void read(StoreState& state, std::string_view text) {
+    for (RecordReader reader(state, nullptr); !text.empty();) { reader.readLine(takePiece(text)); }
+}
+
+bool readsBack(const StoreState& state) {
+    StoreState again("S", ".");
+    read(again, formatRecord(state));
+    return fields(again) == fields(state) && formatRecord(again) == formatRecord(state);
+}
+
+/** Takes over the legacy list. */
+void load(StoreState& state, const std::string& text, const std::string& legacy) {
+    Workplace::write(record, text);
+    Workplace::write(list, legacy);
+    state.diagnostics = nullptr;
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
-    REQUIRE(state.load() && state.save());
-    std::istringstream lines(std::filesystem::exists(legacyList) ? "" : legacyNames);
+    StoreState stored("S", ".");
+    read(stored, text);
+    REQUIRE(state.load());
+    std::istringstream lines(stored.version == 0 ? legacy : "");
     for (std::string line, name; std::getline(lines, line) && line.size() < PIECE_LIMIT; name.clear()) {
         std::istringstream(line) >> name;
         REQUIRE(name.empty() || name[0] == '#' || state.forwardDevices.Contains(name));
     }
-    return fields(state);
+}
+
+/** An option changes its own fields only; the only one takes the value, or is marked by "yes". */
+void apply(StoreState& state, const std::string& name, const std::string& value) {
+    const Fields old = fields(state);
+    try {
+        applyModifyOption(state, name, value);
+    } catch (const QXException&) { REQUIRE(fields(state) == old); } // no device in a list, no database to ask
+    const ModifyOption* option = findModifyOption(name.c_str());
+    const std::string own = option != nullptr ? " " + std::string(option->keys) + " " : "";
+    Fields now = fields(state);
+    for (const auto& [property, field] : recordProperties(state)) {
+        const std::string key(property), marked = value == "yes" ? "yes" : "",
+                                         wanted = std::holds_alternative<bool>(field) ? marked : value;
+        const bool isList = std::holds_alternative<const OFUnorderedSet<OFString>*>(field);
+        REQUIRE(now[key] == old.at(key) || own.find(" " + key + " ") != own.npos);
+        REQUIRE(now[key] == wanted || own != " " + key + " " || isList);
+    }
+}
+
+std::string take(std::string& input) {
+    const std::string part = input.substr(0, input.find('\x1e'));
+    input.erase(0, part.size() + 1);
+    return part;
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    [[maybe_unused]] static FILE* const diagnostics = stderr = fopen("/dev/null", "w"); // of the reader
-    std::string legacy(data, data + size);
-    const std::string text = take(legacy, '\x1e');
-    Workplace::write(record, text);
-    Workplace::write(legacyList, legacy);
-    Fields saved;
-    try {
-        saved = rewrite(legacy);
-    } catch (const QXException&) {
-        REQUIRE(legacy.size() > 255 || legacy.find_first_of(std::string("\"\0", 2)) != std::string::npos);
-        REQUIRE(Workplace::read(record) == text && Workplace::read(legacyList) == legacy);
-        REQUIRE(std::distance(std::filesystem::directory_iterator(place.info("1.2")), {}) == 2);
-        std::filesystem::remove(legacyList);
-        saved = rewrite("");
+    std::string input(data, data + size);
+    const std::string text = take(input), legacy = take(input);
+    StoreState state("S", ""), again("S", "");
+    read(again, text);
+    REQUIRE(readsBack(again));
+    FUZZ_FILES ? load(state, text, legacy) : read(state, text);
+    while (!input.empty()) {
+        const std::string name = take(input).c_str(), value = take(input).c_str(); // as Java hands them over
+        apply(state, name, value);
     }
-    const std::string bytes = Workplace::read(record);
-    REQUIRE(rewrite("") == saved && Workplace::read(record) == bytes);
+    bool saved = false;
+    try {
+        FUZZ_FILES ? void(state.save()) : requireReadable(state, formatRecord(state));
+        saved = true;
+    } catch (const QXException&) {
+        REQUIRE(!FUZZ_FILES || (Workplace::read(record) == text && Workplace::read(list) == legacy));
+        REQUIRE(!FUZZ_FILES || std::distance(std::filesystem::directory_iterator(place.info("S")), {}) == 2);
+    }
+    REQUIRE(saved == readsBack(state));
+    REQUIRE(!saved || !FUZZ_FILES || Workplace::read(record) == formatRecord(state));
     return 0;
 }

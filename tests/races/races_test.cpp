@@ -54,14 +54,13 @@ TEST(Races, FirstUseOfTheDatabaseIsSafeAndLeavesSigpipeAlone) {
 
 /** One call, made as the native method makes it. A wait beyond the limit of the lock is a failure, too. */
 bool modify(int study, const char* option, const std::string& value) {
-    bool done = false;
-    thrown([&] {
-        StoreState state(std::to_string(study).c_str(), "");
+    StoreState state(std::to_string(study).c_str(), "");
+    const auto call = [&] {
         loadForModify(state, RECORD_MAY_EXIST);
         applyModifyOption(state, option, value.c_str());
-        done = state.save();
-    });
-    return done;
+        state.save() ? void() : throw QXException("not saved");
+    };
+    return thrown(call).empty();
 }
 
 TEST(Races, NoChangeIsLost) {

@@ -6,6 +6,7 @@
 
 #include <climits>
 #include <iostream>
+#include <map>
 #include <syslog.h>
 #include <thread>
 
@@ -55,27 +56,27 @@ protected:
 };
 
 TEST_F(Semaphore, IsGivenBackByItsHolderOrByForceExactlyOnce) {
-    {
-        QXSemaphore semaphore("s", true);
-        EXPECT_TRUE(semaphore.lock(-1));
-        EXPECT_FALSE(other.lockResource());
-        other.unlock();
-        EXPECT_TRUE(held()) << "not the holder";
-    }
-    EXPECT_FALSE(held());
+    EXPECT_TRUE(std::make_unique<QXSemaphore>("s", true)->lock(5));
+    EXPECT_FALSE(held()) << "autoUnlock";
+    EXPECT_TRUE(std::make_unique<QXSemaphore>("s", false)->lock(0));
+    EXPECT_FALSE(other.lockResource());
+    other.unlock();
+    EXPECT_TRUE(held()) << "not the holder, which has ended without it";
     for (bool* right : {&other.forceUnlock, &other.locked}) {
-        QXSemaphore("s", false).lock(5);
-        EXPECT_TRUE(held()) << "autoUnlock decides whether it ends";
         *right = true;
         other.unlock();
         EXPECT_FALSE(held());
-        EXPECT_TRUE(QXSemaphore("s", false).lock(0));
+        Workplace::write(file, "");
         other.unlock();
         EXPECT_TRUE(held()) << "the right to it is spent";
-        std::filesystem::remove(file);
     }
-    other.forceUnlock = true;
+    std::filesystem::remove(file);
+    other.autoUnlock = other.forceUnlock = true;
     EXPECT_EQ(thrown([&] { other.unlock(); }), "") << "already gone";
+    std::filesystem::create_directory(file);
+    other.forceUnlock = true; // the destructor fails as unlock() does, and swallows that
+    EXPECT_EQ(thrown([&] { other.unlock(); }), "IO Exception: [21] Releasing semaphore failed: s [Is a directory]");
+    EXPECT_TRUE(other.forceUnlock);
 }
 
 TEST_F(Semaphore, TimesOutAndWaits) {
@@ -93,27 +94,16 @@ TEST_F(Semaphore, TimesOutAndWaits) {
 }
 
 TEST_F(Semaphore, TakesItsDirectoryAsTold) { // what the system refuses: see faults/
-    const size_t room = PATH_MAX - 1 - strlen("/semaphore_s") - place.locks().size();
-    QXSemaphore moved("elsewhere", "/nowhere", true);
-    moved.name = "s";
-    moved.lockDir = place.locks() + std::string(room, '/');
-    EXPECT_TRUE(moved.lockResource());
-    moved.unlock();
-    moved.lockDir += "/";
-    EXPECT_EQ(thrown([&] { moved.lock(20); }), "IO Exception: [36] Creating semaphore failed: s [File name too long]");
+    other.lockDir += std::string(PATH_MAX - 1 - file.size(), '/');
+    EXPECT_TRUE(other.lockResource());
+    EXPECT_TRUE(held());
+    other.lockDir += "/";
+    EXPECT_EQ(thrown([&] { other.lock(20); }), "IO Exception: [36] Creating semaphore failed: s [File name too long]");
     EXPECT_EQ(QXSemaphore("s", "/given", false).lockDir, "/given");
-    EXPECT_EQ(other.lockDir, place.locks());
-    setenv("LOCK_VAR", "", 1);
+    setVariable("LOCK_VAR", "");
     EXPECT_EQ(QXSemaphore("s", false).lockDir, "");
-    unsetenv("LOCK_VAR");
+    setVariable("LOCK_VAR", nullptr);
     EXPECT_EQ(QXSemaphore("s", false).lockDir, ".");
-}
-
-TEST_F(Semaphore, StaysWhenItCannotBeGivenBack) {
-    std::filesystem::create_directory(file);
-    other.autoUnlock = other.forceUnlock = true; // the destructor fails as unlock() does, and swallows that
-    EXPECT_EQ(thrown([&] { other.unlock(); }), "IO Exception: [21] Releasing semaphore failed: s [Is a directory]");
-    EXPECT_TRUE(other.forceUnlock);
 }
 
 static void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
@@ -125,15 +115,16 @@ static void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
 
 TEST(QXLogger, OpensTheFacilityThatTheModeAndTheEnvironmentSay) {
     { QXLogger silent("neither opened nor closed"); }
-    for (const std::string name : {"", "local0", "local3", "local7", "local8", "Local3", "local3 "}) {
-        const bool known = name == "local3" || name == "local7";
-        const int facility = known ? LOG_LOCAL0 + ((name[5] - '0') << 3) : LOG_LOCAL0;
-        setenv("LOG_FACILITY", name.c_str(), 1);
+    const std::map<const char*, int> facilities = {{"local0", LOG_LOCAL0}, {"local3", LOG_LOCAL3},
+                                                   {"local7", LOG_LOCAL7}, {"local8", LOG_LOCAL0},
+                                                   {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
+    for (const auto& [name, facility] : facilities) {
+        setVariable("LOG_FACILITY", name);
         QXLogger("me").debugLog("%s", "%d");
         EXPECT_EQ(takeLog(), (Log{{OPENED, facility, "me"}, {WRITTEN, LOG_DEBUG, "%d"}, {CLOSED, 0, ""}})) << name;
     }
-    unsetenv("LOG_FACILITY");
-    setenv("LOG_OPER_FACILITY", "local2", 1);
+    setVariable("LOG_FACILITY", nullptr);
+    setVariable("LOG_OPER_FACILITY", "local2");
     QXLogger logger(nullptr);
     LOG_FACILITY& current = logger.currentFacility;
     EXPECT_EQ(current, FACILITY_NONE);
