@@ -63,34 +63,29 @@ bool modify(int study, const char* option, const std::string& value) {
     return thrown(call).empty();
 }
 
-TEST(Races, NoChangeIsLost) {
-    const struct {
-        const char* name;
-        int (*run)(int, int, const Work&);
-        int workers, studies, changes; ///< so few changes that the lock is free again before anybody's time is up
-    } cases[] = {
-        {"processes on one study", inProcesses, 8, 1, 12},
-        {"processes on many", inProcesses, 8, 12, 2},
-        {"threads on one study", inThreads, 16, 1, 6},
-        {"threads on many", inThreads, 16, 12, 2},
+/** There are so few changes that the lock is free again before anybody's time is up. */
+void contend(const char* name, int (*run)(int, int, const Work&), int workers, int studies, int changes) {
+    SCOPED_TRACE(name);
+    const Workplace place;
+    const auto change = [=](int worker, int time) {
+        const std::string device = std::to_string(worker * changes + time / studies);
+        return modify((worker + time) % studies, time % 2 == 0 ? "--setstaged" : "--fwddevice", device);
     };
-    for (const auto& [name, run, workers, studies, changes] : cases) {
-        SCOPED_TRACE(name);
-        const Workplace place;
-        const auto change = [studies = studies, changes = changes](int worker, int time) {
-            const std::string device = std::to_string(worker * changes + time / studies);
-            return modify((worker + time) % studies, time % 2 == 0 ? "--setstaged" : "--fwddevice", device);
-        };
-        EXPECT_EQ(run(workers, changes * studies, change), workers * changes * studies);
-        for (int study = 0; study < studies; ++study) {
-            StoreState state(std::to_string(study).c_str(), "");
-            ASSERT_TRUE(state.load());
-            const unsigned int devices =
-                state.stagedDevices.NumberOfElements() + state.forwardDevices.NumberOfElements();
-            EXPECT_EQ(devices, workers * changes + 2U) << "two from the database";
-        }
-        EXPECT_TRUE(std::filesystem::is_empty(place.locks()));
+    EXPECT_EQ(run(workers, changes * studies, change), workers * changes * studies);
+    for (int study = 0; study < studies; ++study) {
+        StoreState state(std::to_string(study).c_str(), "");
+        ASSERT_TRUE(state.load());
+        const unsigned int devices = state.stagedDevices.NumberOfElements() + state.forwardDevices.NumberOfElements();
+        EXPECT_EQ(devices, workers * changes + 2U) << "two from the database";
     }
+    EXPECT_TRUE(std::filesystem::is_empty(place.locks()));
+}
+
+TEST(Races, NoChangeIsLost) {
+    contend("processes on one study", inProcesses, 8, 1, 12);
+    contend("processes on many", inProcesses, 8, 12, 2);
+    contend("threads on one study", inThreads, 16, 1, 6);
+    contend("threads on many", inThreads, 16, 12, 2);
 }
 
 /** STORESTATE_CALLS says how many, by three: one asks the database, one is refused, one deletes the record. */

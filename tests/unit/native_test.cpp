@@ -49,16 +49,16 @@ TEST(NativeMethods, AnswerFalseWhateverTheVirtualMachineDenies) {
     JNIEnv_ env = {vm::table()};
     char study[] = "S";
     vm::Array pairs = {"-f", study, "-w", "D"};
+    auto* id = reinterpret_cast<jstring>(study);
+    auto* options = reinterpret_cast<jobjectArray>(&pairs);
     for (const int calls : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}) { // enough: the study's one, two for each element
         vm::callsBeforeFailure = calls;
-        EXPECT_EQ(Java_quillon_util_StoreState_modify(&env, nullptr, reinterpret_cast<jstring>(study), 2,
-                                                      reinterpret_cast<jobjectArray>(&pairs), 0),
-                  calls == 9)
-            << calls;
-        EXPECT_EQ(Workplace::read(place.record("S")), calls == 9 ? changed : old) << calls;
-        EXPECT_FALSE(std::filesystem::exists(place.lockFile("S"))) << calls;
-        EXPECT_FALSE(vm::pending) << calls;
-        EXPECT_EQ(vm::characters, 0) << calls;
-        EXPECT_EQ(vm::references, 0) << calls;
+        SCOPED_TRACE(calls);
+        EXPECT_EQ(Java_quillon_util_StoreState_modify(&env, nullptr, id, 2, options, 0), calls == 9);
+        EXPECT_EQ(Workplace::read(place.record("S")), calls == 9 ? changed : old);
+        EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
+        EXPECT_FALSE(vm::pending);
+        EXPECT_EQ(vm::characters, 0);
+        EXPECT_EQ(vm::references, 0);
     }
 }

@@ -93,12 +93,11 @@ TEST_F(Store, BrokenEnvironmentLosesNothingAndIsNamed) {
 }
 
 TEST_F(Store, RootIsRequiredBeforeAnythingElse) {
-    setVariable("LOCK_VAR", "/none");
     setVariable("REPOSITORY_DICOM_DATA", "");
-    StoreState rootless("S", "");
+    StoreState rootless("S", "/none");
     for (const auto call : {&StoreState::exists, &StoreState::remove, &StoreState::load, &StoreState::save}) {
-        const std::string failure = "Unknown Exception: [1] Missing environment: REPOSITORY_DICOM_DATA";
-        EXPECT_EQ(thrown([&] { (rootless.*call)(); }), failure);
+        const std::string failure = thrown([&] { (rootless.*call)(); });
+        EXPECT_EQ(failure, "Unknown Exception: [1] Missing environment: REPOSITORY_DICOM_DATA");
     }
     EXPECT_EQ(rootless.version, 0);
 }
@@ -168,23 +167,20 @@ TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wa
     setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording");
     setVariable("RECORDED_CALLS", "/dev/null");
     const struct {
-        const char *name, *event; ///< the event comes after the first check
-        bool exists;
+        const char *event, *before; ///< the event comes after the first check
         int32_t mode;
         bool locked;
     } cases[] = {
-        {"is there", "nothing", true, RECORD_MUST_NOT_EXIST, false},
-        {"is not there", "nothing", false, RECORD_MUST_EXIST, false},
-        {"comes", "comes", false, RECORD_MUST_NOT_EXIST, true},
-        {"goes", "goes", true, RECORD_MUST_EXIST, true},
+        {"nothing", "storestate.rec", RECORD_MUST_NOT_EXIST, false},
+        {"nothing", "none", RECORD_MUST_EXIST, false},
+        {"comes", "none", RECORD_MUST_NOT_EXIST, true},
+        {"goes", "storestate.rec", RECORD_MUST_EXIST, true},
     };
-    for (const auto& [name, event, exists, mode, locked] : cases) {
+    for (const auto& [event, before, mode, locked] : cases) {
         remove_all(info);
-        for (const char* file : {"wait", event, exists ? "storestate.rec" : "none"}) {
-            Workplace::write(info + "/" + file, "Version=\"1\"\n");
-        }
+        for (const char* file : {"wait", event, before}) { Workplace::write(info + "/" + file, "Version=\"1\"\n"); }
         StoreState late("S", "");
-        EXPECT_FALSE(loadForModify(late, mode)) << name;
-        EXPECT_EQ(late.semaphore.locked, locked) << name;
+        EXPECT_FALSE(loadForModify(late, mode)) << event << ", before: " << before;
+        EXPECT_EQ(late.semaphore.locked, locked) << event << ", before: " << before;
     }
 }
