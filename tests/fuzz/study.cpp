@@ -9,7 +9,6 @@
 #include "support/Workplace.h"
 
 #include <map>
-#include <sstream>
 #include <unistd.h>
 
 using namespace storestate;
@@ -49,20 +48,12 @@ bool readsBack(const StoreState& state) {
     return fields(again) == fields(state) && formatRecord(again) == formatRecord(state);
 }
 
-/** Takes over the legacy list. */
 void load(StoreState& state, const std::string& text, const std::string& legacy) {
     Workplace::write(record, text);
     Workplace::write(list, legacy);
     state.diagnostics = nullptr;
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
-    StoreState stored("S", ".");
-    read(stored, text);
     REQUIRE(state.load());
-    std::istringstream lines(stored.version == 0 ? legacy : "");
-    for (std::string line, name; std::getline(lines, line) && line.size() < PIECE_LIMIT; name.clear()) {
-        std::istringstream(line) >> name;
-        REQUIRE(name.empty() || name[0] == '#' || state.forwardDevices.Contains(name));
-    }
 }
 
 /** An option changes its own fields only; the only one takes the value, or is marked by "yes". */
