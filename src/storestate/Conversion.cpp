@@ -35,7 +35,7 @@ void StoreState::convert() {
     }
     const OFString path = storestate::legacyListPath(directory);
     storestate::TextFile list;
-    if (list.open(path)) {
+    if (freshLook.open(list, directory, path)) {
         storestate::DeviceSetFiller forward(forwardDevices);
         std::string_view line;
         while (list.next(line)) {

@@ -9,6 +9,8 @@ namespace storestate {
 // The code of the records clears errno before each system call whose failure it reports: whoever looks at errno after
 // an operation that failed finds what failed there, or 0, never what was left over from before.
 
+constexpr char READING_FAILED[] = "Reading file failed: ";
+
 /** Throws QXIOException with errno; the message is `what`, the path, a space and the system's text for errno. */
 [[noreturn]] void throwFileError(const char* what, const OFString& path);
 

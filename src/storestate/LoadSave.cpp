@@ -54,7 +54,7 @@ bool StoreState::readStored(OFString& path, FILE* diagnostics) {
     const bool located = locate(directory);
     path = located ? recordPath(directory) : OFString();
     TextFile file;
-    if (!located || !file.open(path)) {
+    if (!located || !freshLook.open(file, directory, path)) {
         return false;
     }
     RecordReader reader(*this, diagnostics);
@@ -79,7 +79,7 @@ bool StoreState::save() {
     const OFString infoDirectory = infoDirectoryPath(directory);
     const OFString record = recordPath(directory);
     const bool made = makeInfoDirectory(infoDirectory);
-    refuseUnreadRecord(record);
+    refuseUnreadRecord(directory);
     if (made || !recordRead) {
         DirectorySync(directory).sync(); // a record that is there implies that the way to it is durable
     }
@@ -102,15 +102,8 @@ bool StoreState::save() {
  * A load() that did not get to the record, perhaps for a moment only, must not cost the record. A directory in its
  * place is none: the rename will say so.
  */
-void StoreState::refuseUnreadRecord(const OFString& path) const {
-    if (!loadBegun || recordRead) {
-        return;
-    }
-    struct stat status;
-    errno = 0;
-    const bool there = lstat(path.c_str(), &status) == 0 ? !S_ISDIR(status.st_mode) // also a link, wherever it leads
-                                                         : errno != ENOENT && errno != ENOTDIR;
-    if (there) {
+void StoreState::refuseUnreadRecord(const OFString& directory) {
+    if (loadBegun && !recordRead && freshLook.finds(directory, recordPath(directory))) {
         throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
     }
 }

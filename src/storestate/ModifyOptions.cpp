@@ -123,7 +123,7 @@ void applyModifyOption(StoreState& state, const OFString& name, const OFString& 
 bool loadForModify(StoreState& state, int32_t existenceMode) {
     const bool conditional = existenceMode == RECORD_MUST_NOT_EXIST || existenceMode == RECORD_MUST_EXIST;
     const bool wanted = existenceMode == RECORD_MUST_EXIST;
-    if (conditional && state.exists() != wanted) {
+    if (conditional && state.seemsToExist(wanted) != wanted) {
         return false; // most violations are seen here, without waiting for the lock
     }
     const bool loaded = state.load();

@@ -28,6 +28,11 @@ bool takePath(char* returned, OFString& path) {
     return true;
 }
 
+bool hasRecord(const OFString& directory) {
+    struct stat status;
+    return stat(storestate::recordPath(directory).c_str(), &status) == 0;
+}
+
 } // namespace
 
 StoreState::StoreState(const OFString& study, const OFString& lockDirectory)
@@ -60,8 +65,13 @@ void StoreState::provideDirectory(OFString& directory) const {
 bool StoreState::exists() {
     requireRepository();
     OFString directory;
-    struct stat status;
-    return locate(directory) && stat(storestate::recordPath(directory).c_str(), &status) == 0;
+    return locate(directory) && hasRecord(directory);
+}
+
+bool StoreState::seemsToExist(bool unknown) {
+    requireRepository();
+    OFString directory;
+    return locate(directory) && (freshLook.isLocal(directory) ? hasRecord(directory) : unknown);
 }
 
 bool StoreState::remove() {

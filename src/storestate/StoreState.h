@@ -17,6 +17,7 @@
 #ifndef STORESTATE_STORESTATE_H
 #define STORESTATE_STORESTATE_H
 
+#include "storestate/FreshLook.h"
 #include "support/QXSemaphore.h"
 
 #include <cstdint>
@@ -54,6 +55,12 @@ public:
     /** Whether the study has a record file. False also for a study that the repository does not know. */
     bool exists();
 
+    /**
+     * The same, but `unknown` where several hosts share the file system: what a client remembers may be wrong there,
+     * and to look while another host replaces the record may leave the servers with a wrong list (see FreshLook).
+     */
+    bool seemsToExist(bool unknown);
+
     /** Deletes the record file; false when there is none, or when it cannot be deleted. */
     bool remove();
 
@@ -63,7 +70,8 @@ public:
      * stays held either way.
      *
      * QXTimeoutException: the lock was not to be had. QXIOException with errno: the lock file cannot be created, or a
-     * file cannot be opened or read. Besides, what convert() throws. After an exception the caller must not save.
+     * file cannot be opened or read; ESTALE: this host of several does not get to see which file is the record.
+     * Besides, what convert() throws. After an exception the caller must not save.
      */
     bool load();
 
@@ -161,9 +169,10 @@ private:
     void requireRepository() const;
     bool locate(OFString& directory) const;
     void provideDirectory(OFString& directory) const;
-    void refuseUnreadRecord(const OFString& path) const;
+    void refuseUnreadRecord(const OFString& directory);
     void deleteLegacyList();
 
+    storestate::FreshLook freshLook;
     OFString legacyList;     ///< path of the list that convert() took in and the next save() deletes
     bool loadBegun = false;  ///< load() was called ...
     bool recordRead = false; ///< ... and has taken in the whole record, or save() has replaced it

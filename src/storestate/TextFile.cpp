@@ -1,11 +1,13 @@
 #include "storestate/TextFile.h"
 
 #include "storestate/FileError.h"
+#include "support/QXException.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace storestate {
@@ -22,12 +24,19 @@ std::string_view takePiece(std::string_view& text) {
 }
 
 TextFile::~TextFile() {
+    closeFile();
+}
+
+void TextFile::closeFile() {
     if (file >= 0) {
         close(file);
     }
 }
 
 bool TextFile::open(const OFString& filePath) {
+    closeFile();
+    unread = {};
+    atEnd = false;
     path = filePath;
     errno = 0;
     file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -35,6 +44,27 @@ bool TextFile::open(const OFString& filePath) {
         throwFileError("Opening file for reading failed: ", path);
     }
     return file >= 0;
+}
+
+ino_t TextFile::number() const {
+    struct stat status;
+    errno = 0;
+    if (fstat(file, &status) != 0) {
+        throwFileError(READING_FAILED, path);
+    }
+    return status.st_ino;
+}
+
+bool TextFile::isReadable() {
+    try {
+        fill();
+        return true;
+    } catch (const QXIOException& failure) {
+        if (failure.errorNumber != ENOENT && failure.errorNumber != ESTALE) {
+            throw;
+        }
+        return false;
+    }
 }
 
 /** Reads on behind what is unread; notes the end of the file. */
@@ -46,7 +76,7 @@ void TextFile::fill() {
         count = read(file, buffer + unread.size(), sizeof buffer - unread.size());
     } while (count < 0 && errno == EINTR);
     if (count < 0) {
-        throwFileError("Reading file failed: ", path);
+        throwFileError(READING_FAILED, path);
     }
     atEnd = count == 0;
     unread = {buffer, unread.size() + static_cast<size_t>(count)};

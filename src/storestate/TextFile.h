@@ -10,6 +10,7 @@
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <string_view>
+#include <sys/types.h>
 
 namespace storestate {
 
@@ -28,8 +29,18 @@ public:
     TextFile& operator=(const TextFile&) = delete;
     ~TextFile();
 
-    /** False: there is no such file. QXIOException with errno: it cannot be opened for another reason. */
+    /**
+     * False: there is no such file. QXIOException with errno: it cannot be opened for another reason. A file that was
+     * opened before is closed.
+     */
     bool open(const OFString& filePath);
+
+    /** The open file's inode number. QXIOException with errno: it cannot be told. */
+    ino_t number() const;
+
+    /** False: the file system does not have the open file any more. QXIOException with errno: reading failed otherwise.
+     */
+    bool isReadable();
 
     /**
      * Moves to the next piece, which stays valid until the next call. False: the end of the file.
@@ -38,6 +49,7 @@ public:
     bool next(std::string_view& piece);
 
 private:
+    void closeFile();
     void fill();
 
     OFString path;

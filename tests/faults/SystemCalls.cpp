@@ -4,9 +4,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 Plan plan;
@@ -14,10 +16,13 @@ std::vector<Call> trace;
 bool noting = false;
 std::map<std::string, Place> places;
 std::map<int, std::string> openFiles;
+bool ofCluster = false;
+std::function<void(struct dirent&)> shown = [](struct dirent&) {};
+std::function<void()> paused = [] {};
 
 std::ostream& operator<<(std::ostream& out, const Call& call) {
-    static const char* const NAMES[] = {"open",   "close",  "read",  "write", "fsync",
-                                        "rename", "unlink", "mkdir", "stat",  "lstat"};
+    static const char* const NAMES[] = {"open",  "close", "read",  "write", "fsync",  "rename",  "unlink",
+                                        "mkdir", "stat",  "lstat", "fstat", "statfs", "opendir", "readdir"};
     return out << NAMES[call.op] << " " << call.path;
 }
 
@@ -31,7 +36,7 @@ static int pass(Op op, const std::string& path, const std::string& argument, Wor
     if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
     ssize_t result = error <= 0 || op == CLOSE ? work(error == SHORT ? 2 : 1) : -1; // a descriptor goes anyway
     if (error > 0) { result = -1, errno = error; }
-    if (op == OPEN && result >= 0) { openFiles[static_cast<int>(result)] = path; }
+    if ((op == OPEN || op == OPENDIR) && result >= 0) { openFiles[static_cast<int>(result)] = path; }
     const std::string& done = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
     trace.push_back({op, places[path], path, done, error > 0, result < 0 ? errno : 0});
     return static_cast<int>(result);
@@ -58,3 +63,26 @@ CALL(MKDIR, int, mkdir, (const char* path, mode_t mode) noexcept, path, "", mkdi
 CALL(STAT, int, stat, (const char* path, struct stat* status) noexcept, path, "", fstatat(AT_FDCWD, path, status, 0))
 CALL(LSTAT, int, lstat, (const char* path, struct stat* status) noexcept, path, "",
      fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW))
+CALL(FSTAT, int, fstat, (int file, struct stat* status) noexcept, pathOf(file), "",
+     fstatat(file, "", status, AT_EMPTY_PATH))
+CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, path, "",
+     (system->f_type = ofCluster ? 0x65735546 : 0x01021994, 0))
+CALL(CLOSE, int, closedir, (DIR * directory), pathOf(dirfd(directory)), "",
+     (openFiles.erase(dirfd(directory)), reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(directory)))
+
+extern "C" {
+STORESTATE_EXPORT DIR* opendir(const char* path) {
+    const int file = pass(OPENDIR, path, "", [&](size_t) { return openat(AT_FDCWD, path, O_DIRECTORY | O_CLOEXEC); });
+    return file >= 0 ? fdopendir(file) : nullptr;
+}
+STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
+    struct dirent* entry = nullptr;
+    pass(READDIR, pathOf(dirfd(directory)), "", [&](size_t) {
+        entry = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"))(directory);
+        return 0;
+    });
+    if (noting && entry != nullptr) { shown(*entry); }
+    return entry;
+}
+STORESTATE_EXPORT int usleep(useconds_t) { return paused(), 0; }
+}

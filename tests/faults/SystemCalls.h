@@ -3,12 +3,14 @@
 #define TESTS_FAULTS_SYSTEMCALLS_H
 
 #include <cstddef>
+#include <dirent.h>
+#include <functional>
 #include <map>
 #include <ostream>
 #include <string>
 #include <vector>
 
-enum Op { OPEN, CLOSE, READ, WRITE, FSYNC, RENAME, UNLINK, MKDIR, STAT, LSTAT };
+enum Op { OPEN, CLOSE, READ, WRITE, FSYNC, RENAME, UNLINK, MKDIR, STAT, LSTAT, FSTAT, STATFS, OPENDIR, READDIR };
 enum Place { ROOT = 1, STUDY = 2, INFO = 4, RECORD = 8, TEMPORARY = 16, LIST = 32, LOCK = 64 };
 
 struct Call {
@@ -33,5 +35,9 @@ extern std::vector<Call> trace;
 extern bool noting;                          ///< otherwise all calls pass as usual
 extern std::map<std::string, Place> places;  ///< by path; calls on other files pass as usual
 extern std::map<int, std::string> openFiles; ///< paths by descriptor
+
+extern bool ofCluster;                            ///< what statfs tells of all files
+extern std::function<void(struct dirent&)> shown; ///< may change what a directory lists
+extern std::function<void()> paused;              ///< between two looks; no time is spent
 
 #endif

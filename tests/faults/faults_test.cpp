@@ -33,10 +33,13 @@ struct Scenario {
     std::string record, list, after; ///< as found, empty: none; the record that the call leaves
     bool (*call)(StoreState&, int32_t);
     int32_t mode;
+    bool cluster = false; ///< several hosts share the file system
 } const SCENARIOS[] = {
     {"Modify", HEAD + PADDING + TAIL, "", MODIFIED, modify, RECORD_MUST_EXIST},
     {"FirstSave", "", "", FIRST, modify, RECORD_MUST_NOT_EXIST},
     {"Convert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, convert, RECORD_MAY_EXIST},
+    {"ClusterFirstSave", "", "", FIRST, modify, RECORD_MUST_NOT_EXIST, true},
+    {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, convert, RECORD_MAY_EXIST, true},
 };
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; } // for the test's name
 
@@ -64,6 +67,9 @@ const struct Rule {
     {OPEN, LOCK, "IO Exception: [<number>] Creating semaphore failed: storestate_1.2.3 [<text>]"},
     {OPEN, RECORD | LIST, NOT_OPENED},
     {READ, RECORD | LIST, NOT_READ, EINTR},
+    {OPENDIR, INFO, NOT_READ}, // of a cluster, as the two below
+    {READDIR, INFO, NOT_READ},
+    {FSTAT, INFO | RECORD | LIST, NOT_READ},
     {MKDIR, STUDY, NOT_MADE},
     {OPEN, ROOT, NOT_MADE},
     {FSYNC, ROOT, NOT_MADE, EINVAL},
@@ -101,6 +107,20 @@ Call lastCall(Op op, Place place) {
     return found != trace.rend() ? *found : Call{op, place, "", "", false, ENOENT};
 }
 
+/** "true", "false", or the exception. */
+std::string outcomeOf(bool (*call)(StoreState&, int32_t), int32_t mode) {
+    bool done = false;
+    noting = true;
+    const std::string failure = thrown([&] {
+        StoreState state("1.2.3", ""); // with devices that stand in for the database's
+        state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
+        state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
+        done = call(state, mode);
+    });
+    noting = false;
+    return done ? "true" : failure.empty() ? "false" : failure;
+}
+
 class Faults : public testing::TestWithParam<Scenario> {
 protected:
     Faults() {
@@ -123,23 +143,16 @@ protected:
 
     /** The scenario's call: "true", after which no power cut takes the new record away, "false", or the exception. */
     std::string call(const Plan& wanted, int32_t mode) {
-        bool done = false;
         places[temporary()] = TEMPORARY;
         plan = wanted;
+        ofCluster = scenario.cluster;
         trace.clear();
-        noting = true;
-        const std::string failure = thrown([&] {
-            StoreState state("1.2.3", ""); // with devices that stand in for the database's
-            state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
-            state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
-            done = scenario.call(state, mode);
-        });
-        noting = false;
+        const std::string outcome = outcomeOf(scenario.call, mode);
         for (const Call& made : trace) { disk.apply(made); }
         for (Disk::State state : disk.states()) {
-            if (done) { EXPECT_EQ(state[record], scenario.after); }
+            if (outcome == "true") { EXPECT_EQ(state[record], scenario.after); }
         }
-        return done ? "true" : failure.empty() ? "false" : failure;
+        return outcome;
     }
 
     /** Has it made by another process, which the plan kills. */
@@ -217,7 +230,7 @@ TEST_P(Faults, PowerIsCut) {
     for (const Call& call : plain) {
         SCOPED_TRACE(testing::Message() << call);
         locked = call.place == LOCK ? call.op != UNLINK : locked;
-        if (call.op != STAT && call.place != LOCK) { EXPECT_TRUE(locked); }
+        if (call.op != STAT && call.op != STATFS && call.place != LOCK) { EXPECT_TRUE(locked); }
         EXPECT_NE(call.argument, "inheritable");
         cut.apply(call);
         for (const Disk::State& state : cut.states()) {
@@ -228,6 +241,78 @@ TEST_P(Faults, PowerIsCut) {
             expectNextCall(); // which loads it
         }
     }
+}
+
+constexpr int FOR_GOOD = 99;
+
+void asRecord(struct dirent& entry, bool) {
+    if (entry.d_name[0] == 'f') { strcpy(entry.d_name, "storestate.rec"); }
+}
+
+/** What a host of a cluster is shown of a directory, from the given listing on and until so many pauses were made. */
+const struct {
+    const char* name;
+    std::string record; ///< there is also a list, to be shown as the record
+    void (*show)(struct dirent& entry, bool ofRecord);
+    int from, until, pauses; ///< as many as there are: in vain
+} LISTINGS[] = {
+    {"another file, once", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino += ofRecord; }, 1, 1, 1},
+    {"another file", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino += ofRecord; }, 1, FOR_GOOD, 7},
+    {"no record", HEAD, [](auto& entry, bool ofRecord) { entry.d_name[0] += ofRecord; }, 1, FOR_GOOD, 7},
+    {"a deleted record", "", asRecord, 1, FOR_GOOD, 7},
+    {"one deleted after the load", "", asRecord, 2, FOR_GOOD, 7},
+    {"other numbers", HEAD, [](auto& entry, bool) { entry.d_ino += 9; }, 1, FOR_GOOD, 0},
+    {"number 0", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino *= !ofRecord; }, 1, FOR_GOOD, 0},
+    {"32 ones", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino |= -ofRecord & ~0U; }, 1, FOR_GOOD, 0},
+    {"64 ones", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino |= -ino_t(ofRecord); }, 1, FOR_GOOD, 0},
+};
+
+TEST(Cluster, OldNamesCostNoChange) {
+    plan = {};
+    ofCluster = true;
+    for (const auto& listing : LISTINGS) {
+        SCOPED_TRACE(listing.name);
+        const Workplace here;
+        const std::string record = here.record("1.2.3");
+        Workplace::write(here.legacyList("1.2.3"), "");
+        if (!listing.record.empty()) { Workplace::write(record, listing.record + TAIL); }
+        const std::string before = Workplace::read(record);
+        int pauses = 0;
+        paused = [&] { ++pauses; };
+        places = {{here.info("1.2.3"), INFO}};
+        trace.clear();
+        shown = [&](struct dirent& entry) {
+            const auto listings =
+                std::count_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == OPENDIR; });
+            const bool wrong = listings >= listing.from && pauses < listing.until && entry.d_name != std::string("..");
+            if (wrong) { listing.show(entry, entry.d_name[0] == 's'); }
+        };
+        const bool works = listing.pauses < 7;
+        EXPECT_EQ(outcomeOf(modify, RECORD_MAY_EXIST),
+                  works ? "true" : "IO Exception: [116] Reading file failed: " + record + " Stale file handle");
+        EXPECT_EQ(Workplace::read(record), works ? MODIFIED : before);
+        EXPECT_EQ(pauses, listing.pauses);
+        EXPECT_FALSE(fs::exists(here.lockFile("1.2.3")));
+    }
+}
+
+/** The first read says that there is no such file; by the second pause the name leads to another one. */
+TEST(Cluster, ReadsPastAListingOfWhatIsGone) {
+    const Workplace here;
+    const std::string record = here.record("1.2.3");
+    int pauses = 0;
+    ofCluster = true;
+    places = {{record, RECORD}};
+    trace.clear();
+    plan = {Plan::ONCE, 2, ESTALE}; // after it was opened and its number was looked at
+    paused = [&] {
+        Workplace::write(record + ".new", HEAD + TAIL);
+        if (++pauses == 2) { fs::rename(record + ".new", record); }
+    };
+    Workplace::write(record, HEAD + "ForwardDevices=\"Q\"\n");
+    EXPECT_EQ(outcomeOf(modify, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(Workplace::read(record), MODIFIED);
+    EXPECT_EQ(pauses, 2);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(SCENARIOS), testing::PrintToStringParamName());
