@@ -140,19 +140,21 @@ TEST_F(Store, WhatComesBetweenAnEmptyLoadAndTheSaveIsNotOverwritten) {
 }
 
 TEST_F(Store, NewFileIsNoStandardStream) { // diagnostics would go into it
-    const int output = dup(STDOUT_FILENO), errors = dup(STDERR_FILENO), next = dup(errors);
-    close(next);
-    close(STDOUT_FILENO);
-    close(STDERR_FILENO);
-    TemporaryFile file((place.root + "/file").c_str());
-    const bool opened = file.open();
-    const int flags[] = {fcntl(STDOUT_FILENO, F_GETFD), fcntl(STDERR_FILENO, F_GETFD), fcntl(next, F_GETFD)};
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
-    EXPECT_TRUE(opened);
-    EXPECT_EQ(std::vector<int>(flags, std::end(flags)), std::vector<int>({-1, -1, FD_CLOEXEC}));
-    file.write("text");
-    EXPECT_EQ(Workplace::read(place.root + "/file"), "text");
+    for (const int lowestClosed : {0, 1, 2}) {
+        int streams[] = {dup(0), dup(1), dup(2)};
+        const int next = dup(0);
+        close(next);
+        for (int stream = lowestClosed; stream <= 2; ++stream) { close(stream); }
+        TemporaryFile file((place.root + "/file").c_str());
+        const bool opened = file.open();
+        std::vector<int> flags;
+        for (const int descriptor : {lowestClosed, 2, next}) { flags.push_back(fcntl(descriptor, F_GETFD)); }
+        for (int stream = 0; stream <= 2; ++stream) { dup2(streams[stream], stream), close(streams[stream]); }
+        EXPECT_TRUE(opened) << lowestClosed;
+        EXPECT_EQ(flags, (std::vector<int>{-1, -1, FD_CLOEXEC})) << lowestClosed;
+        file.write("text");
+        EXPECT_EQ(Workplace::read(place.root + "/file"), "text") << lowestClosed;
+    }
 }
 
 TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wanted: see java/
