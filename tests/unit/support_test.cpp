@@ -2,11 +2,11 @@
 #include "support/CapturedSyslog.h"
 #include "support/QXLogger.h"
 #include "support/QXSemaphore.h"
+#include "support/SyslogFacility.h"
 #include "support/Testing.h"
 
 #include <climits>
 #include <iostream>
-#include <map>
 #include <syslog.h>
 #include <thread>
 
@@ -115,9 +115,11 @@ static void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
 
 TEST(QXLogger, OpensTheFacilityThatTheModeAndTheEnvironmentSay) {
     { QXLogger silent("neither opened nor closed"); }
-    const std::map<const char*, int> facilities = {{"local0", LOG_LOCAL0}, {"local3", LOG_LOCAL3},
-                                                   {"local7", LOG_LOCAL7}, {"local8", LOG_LOCAL0},
-                                                   {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
+    for (int i = 0; i < 8; ++i) {
+        EXPECT_EQ(storestate::syslogFacility(("local" + std::to_string(i)).c_str()), LOG_LOCAL0 + (i << 3)) << i;
+    }
+    const std::pair<const char*, int> facilities[] = {
+        {"local3", LOG_LOCAL3}, {"local8", LOG_LOCAL0}, {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
     for (const auto& [name, facility] : facilities) {
         setVariable("LOG_FACILITY", name);
         QXLogger("me").debugLog("%s", "%d");
