@@ -6,7 +6,6 @@
 #include <atomic>
 #include <csignal>
 #include <malloc.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 
@@ -104,23 +103,6 @@ TEST(Races, CallsLeaveNothingInTheProcess) {
     EXPECT_EQ(inThreads(16, times, call), 16 * times);
     EXPECT_EQ(filesBefore, descriptors());
     EXPECT_NEAR(memoryBefore, mallinfo2().uordblks, 4096);
-}
-
-/** A 32-bit build that asks for short dates (and with them for short inodes) gets EOVERFLOW and misses the record. */
-TEST(WideDates, RecordOfALaterYearThan2038IsFound) {
-    const Workplace place;
-    Workplace::write(place.record("1.2"), "Version=\"1\"\nFolder=\"found\"\n");
-    for (const std::string& path : {place.record("1.2"), place.repository() + "/1.2"}) {
-        const timespec late[] = {{2500000000, 0}, {2500000000, 0}};
-        struct stat status = {};
-        ASSERT_EQ(utimensat(-1, path.c_str(), late, 0), 0);
-        ASSERT_EQ(stat(path.c_str(), &status), 0);
-        if (status.st_mtime != late->tv_sec) { GTEST_SKIP() << "the file system of " << path << " has no such dates"; }
-    }
-    StoreState state("1.2", "");
-    EXPECT_TRUE(state.exists());
-    EXPECT_TRUE(state.load());
-    EXPECT_EQ(state.folder, "found");
 }
 
 } // namespace

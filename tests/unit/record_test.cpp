@@ -175,6 +175,8 @@ TEST_F(Record, OptionsChangeItInTheirOrder) {
             ASSERT_NE(found, nullptr) << name;
             EXPECT_EQ(found->apply, option.apply) << name;
         }
+        std::istringstream keys(option.keys);
+        for (std::string key; keys >> key;) { EXPECT_NE(FULL.find("\n" + key + "=\""), FULL.npos) << key; }
     }
 }
 
