@@ -63,7 +63,8 @@ TEST(Tool, QuotesForAShell) {
 TEST(Tool, GuessesWhatWasMeant) {
     const std::vector<string> names = {"show", "lock", "locks", "unlock", "--json"};
     expectEach({"SHOW ->  Did you mean show?", "shwo ->  Did you mean show?", "lcoks ->  Did you mean locks?",
-                "unlok ->  Did you mean unlock?", "--jsonn ->  Did you mean --json?", "xy -> ", "abcd -> "},
+                "unlok ->  Did you mean unlock?", "--jsonn ->  Did you mean --json?", "xy -> ", "--jxxx -> ",
+                "abcd -> "},
                [&](const string& word) { return suggestion(word, names); });
 }
 
