@@ -2,6 +2,7 @@
 #include "storestate/ModifyOptions.h"
 #include "support/Testing.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 
