@@ -49,7 +49,7 @@ void pointOutMarkings(const ModifyRequest& request) {
         const std::string& value = request.options[i + 1];
         if (value != "yes" && value != "no" && setsMarking(*findModifyOption(request.options[i].c_str()))) {
             printRemark(request.study,
-                        request.options[i] + " \"" + value + "\" clears the marking: only \"yes\" sets it.");
+                        request.options[i] + R"( ")" + value + R"(" clears the marking: only "yes" sets it.)");
         }
     }
 }
