@@ -54,6 +54,8 @@ final class Bench {
         section("System.load", title -> loading(title, rounds(41)));
         if (only == null) {
             targets();
+        } else if (only.equals("modify alone")) {
+            section(only, title -> alone(title, disk, rounds(60), 4));
         }
     }
 
@@ -125,6 +127,16 @@ final class Bench {
             report.begin(title, "us/call", "/ floor");
             report.rows(subjects(place, open).run(rounds, batch));
             close(open);
+        }
+    }
+
+    /** Not part of the whole table: for a file system of several hosts, on which SQLite may not work. */
+    private void alone(String title, Path where, int rounds, int batch) throws Exception {
+        try (Place place = new Place(where)) {
+            place.enter();
+            Modify modify = new Modify(place.studies(STUDIES, STUDIES, Place.fullRecord()));
+            report.begin(title, "us/call", "/ floor");
+            report.rows(new Rounds().add("floor", floor(place, 0)).add("modify", modify).run(rounds, batch));
         }
     }
 
