@@ -40,6 +40,7 @@ void lookAtAll(CheckReport& report) {
     checkApart(report,
                {{"REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository},
                 {"LOCK_VAR", MOUNT_REMEDY, checkLockDirectory},
+                {"mounts", MOUNT_REMEDY, checkMounts},
                 {"REPOSITORY_HANDLER_HOME", "the server's calls meet the same: have the plug-in repaired", checkPlugin},
                 {"database", "see that the server is reachable and not overloaded", checkDatabase},
                 {"system log", "restart the system log", checkSystemLog},

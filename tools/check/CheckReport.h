@@ -63,6 +63,7 @@ bool requireSetting(CheckReport& report, const char* variable, const std::string
 // The parts of the check, one per concern; each runs in a process of its own.
 void checkRepository(CheckReport& report);
 void checkLockDirectory(CheckReport& report);
+void checkMounts(CheckReport& report);
 void checkPlugin(CheckReport& report);
 void checkDatabase(CheckReport& report);
 void checkSystemLog(CheckReport& report);

@@ -61,18 +61,23 @@ bool liesIn(const std::string& path, const std::string& directory) {
     return directory == "/" || path == directory || path.compare(0, directory.size() + 1, directory + "/") == 0;
 }
 
-std::string fileSystem(const std::string& path) {
+Mount mountOf(const std::string& path) {
     const std::unique_ptr<FILE, int (*)(FILE*)> mounts(setmntent("/proc/self/mounts", "r"), endmntent);
-    std::string directory;
-    std::string type = "unknown";
+    Mount found;
     while (const mntent* mount = mounts != nullptr ? getmntent(mounts.get()) : nullptr) {
-        if (liesIn(path, mount->mnt_dir) && strlen(mount->mnt_dir) >= directory.size()) {
-            directory = mount->mnt_dir;
-            const char* version = hasmntopt(mount, "vers");
-            type = mount->mnt_type + (version != nullptr ? " " + std::string(version, strcspn(version, ",")) : "");
+        if (liesIn(path, mount->mnt_dir) && strlen(mount->mnt_dir) >= found.directory.size()) {
+            found = {mount->mnt_dir, mount->mnt_fsname, mount->mnt_type, mount->mnt_opts};
         }
     }
-    return type;
+    return found;
+}
+
+std::string fileSystem(const std::string& path) {
+    const Mount mount = mountOf(path);
+    mntent entry = {};
+    entry.mnt_opts = const_cast<char*>(mount.options.c_str());
+    const char* version = hasmntopt(&entry, "vers");
+    return mount.type + (version != nullptr ? " " + std::string(version, strcspn(version, ",")) : "");
 }
 
 void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state) {

@@ -21,7 +21,17 @@ std::string realPath(const std::string& path);
 /** Whether `path` is `directory` or lies in it; both without links. */
 bool liesIn(const std::string& path, const std::string& directory);
 
-/** Type of the file system that holds `path`, with the NFS version where there is one. */
+struct Mount {
+    std::string directory;
+    std::string source;
+    std::string type = "unknown";
+    std::string options;
+};
+
+/** The file system that holds `path`, as the mount table has it. */
+Mount mountOf(const std::string& path);
+
+/** Its type, with the NFS version where there is one. */
 std::string fileSystem(const std::string& path);
 
 /** Reports a file system without space or without inodes for an ordinary user, and one that is about to be. */
