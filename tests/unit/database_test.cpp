@@ -1,15 +1,15 @@
 #include "db/DB_Query.h"
 #include "support/Testing.h"
 
+#include <regex>
+
 /** A session, whose results are compared together with what it says about them. */
 class Database : public ::testing::Test {
 protected:
     /** "..." is the server's own explanation, which begins with a capital. */
     std::string report(int64_t result) const {
-        std::string text = std::to_string(result) + " " + session.errorText.text;
-        const size_t begin = std::min(text.find('\n'), text.size() - 1) + 1, end = text.find("\nQuery");
-        return begin < std::min(end, text.size()) && isupper(text[begin]) ? text.replace(begin, end - begin, "...")
-                                                                          : text;
+        const std::regex explanation("\n(?!Query: )[A-Z].*");
+        return std::regex_replace(std::to_string(result) + " " + session.errorText.text, explanation, "\n...");
     }
     /** A field's text; what the session says when there is none. */
     std::string field(unsigned int column) {
@@ -23,7 +23,6 @@ protected:
 
 TEST_F(Database, InitSaysWhatIsMissing) {
     const char* const variables[] = {"DBNAME", "MYSQL_UNIX_PORT", "MYSQL_HOST", "MYSQL_TCP_PORT"};
-    const std::string noSocket = "() Can't connect to database via unix socket because SQL error:\n...";
     const struct {
         const char* values[4]; // of the variables; null: unset
         std::string failure = "";
@@ -31,9 +30,9 @@ TEST_F(Database, InitSaysWhatIsMissing) {
         {{}, "(): No DBNAME environment variable is set\n"},
         {{"archive", "", nullptr, "1"}, "(): Neither MYSQL_UNIX_PORT nor MYSQL_HOST environment variable is set\n"},
         {{"archive", nullptr, "::1"}, "(): Neither MYSQL_TCP_PORT environment variable is not set for MYSQL_HOST\n"},
-        {{"archive", "/nowhere", "127.0.0.1", port.c_str()}, noSocket},
+        {{"archive", "/nowhere", "127.0.0.1", port.c_str()},
+         "() Can't connect to database via unix socket because SQL error:\n..."},
         {{"archive", nullptr, "127.0.0.1", "1x"}, "() Can't connect to database because SQL error:\n..."},
-        {{"missing", socket.c_str()}, noSocket},
         {{"archive", socket.c_str(), "no.such.host.invalid", "1"}},
         {{"archive", "", "127.0.0.1", port.c_str()}},
     };
@@ -49,7 +48,7 @@ TEST_F(Database, RowsAreReadOneByOne) {
     const std::string noRecord = "0 getField() precondition error: there is no record.\n";
     ASSERT_EQ(report(session.init()), "1 ");
     EXPECT_EQ(report(session.countQuery()), "0 countQuery() precondition error: there is no result and/or query.\n");
-    ASSERT_EQ(report(session.newQuery("select 'a', null union all select 'b', ''")), "1 ");
+    ASSERT_EQ(report(session.newQuery("select 'a', null union all select current_user(), ''")), "1 ");
     EXPECT_EQ(report(session.countQuery()), "2 ");
     EXPECT_EQ(field(0), noRecord);
     ASSERT_EQ(session.nextRecord(), 1);
@@ -61,15 +60,12 @@ TEST_F(Database, RowsAreReadOneByOne) {
     session.copyFieldValue(0, &copy);
     EXPECT_EQ(std::unique_ptr<char[]>(copy).get(), std::string("a"));
     ASSERT_EQ(session.nextRecord(), 1);
-    EXPECT_EQ(field(0), "b");
+    EXPECT_EQ(field(0), serverSetting("ARQ_USER") + "@localhost");
     EXPECT_EQ(session.nextRecord(), 0);
-    session.copyFieldValue(0, &copy);
-    EXPECT_EQ(report(0), noRecord);
-    EXPECT_EQ(session.nextRecord(), 0) << "again";
-    ASSERT_EQ(report(session.newQuery("select substring_index(current_user(), '@', 1)")), "1 ");
-    ASSERT_EQ(session.nextRecord(), 1);
-    EXPECT_EQ(field(0), serverSetting("ARQ_USER"));
+    EXPECT_EQ(field(0), noRecord);
     ASSERT_EQ(report(session.newQuery("select 1")), "1 ");
+    ASSERT_EQ(session.nextRecord(), 1);
+    ASSERT_EQ(report(session.newQuery("select 2")), "1 ");
     EXPECT_EQ(field(0), noRecord) << "the row went with its result";
 }
 
@@ -82,12 +78,9 @@ TEST_F(Database, FailedStatementsAreExplained) {
     EXPECT_EQ(report(session.affectedRows()), "-1 affectedRows" + unconnected);
     EXPECT_EQ(report(session.countQuery()), "0 countQuery" + unconnected);
     EXPECT_EQ(session.isReady(), 0);
-    EXPECT_EQ(session.nextRecord(), 0);
     ASSERT_EQ(report(session.init()), "1 ");
-    ASSERT_EQ(report(session.executeUpdate("create temporary table t (n int) select 1 as n")), "1 ");
-    EXPECT_EQ(report(session.executeUpdate("update t set n = 2")), "1 ");
+    EXPECT_EQ(report(session.executeUpdate("create temporary table t (n int) select 1 as n")), "1 ");
     EXPECT_EQ(report(session.affectedRows()), "1 ");
-    EXPECT_EQ(report(session.newQuery("selec")), "0 newQuery" + failed + "selec");
     EXPECT_EQ(report(session.newQuery("update t set n = 3")),
               "0 newQuery() Can't get query result, because SQL error:\n\nQuery: update t set n = 3");
     EXPECT_EQ(report(session.executeUpdate("drop table x")), "0 executeUpdate" + failed + "drop table x");
@@ -96,7 +89,6 @@ TEST_F(Database, FailedStatementsAreExplained) {
     EXPECT_EQ(session.nextRecord(), 0) << "the old result is gone";
     EXPECT_EQ(report(session.executeUpdate(nullptr)), "0 executeUpdate" + noQuery);
     EXPECT_EQ(report(session.newQuery("kill connection_id()")), "0 newQuery" + failed + "kill connection_id()");
-    EXPECT_EQ(report(session.newQuery("select 1")), "0 newQuery" + failed + "select 1");
     EXPECT_EQ(report(session.affectedRows()), "-1 ");
     EXPECT_EQ(session.isReady(), 0) << "the server is gone";
 }

@@ -33,34 +33,31 @@ struct Row {
 
 class Record : public ::testing::Test {
 protected:
-    void expect(const Row& row) const {
-        SCOPED_TRACE(row.name);
-        std::filesystem::remove_all(place.repository() + "/S");
-        if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
-        if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), text(row.legacyList)); }
-        ::testing::internal::CaptureStderr();
-        const std::string failure = thrown([&] {
-            StoreState state("S", "");
-            state.load();
-            std::istringstream options(text(row.options));
-            for (std::string name, value; getline(options, name, ' ') && getline(options, value, '|');) {
-                applyModifyOption(state, name.c_str(), OFString(value.data(), value.size()));
-            }
-            EXPECT_TRUE(state.save());
-            EXPECT_FALSE(std::filesystem::exists(place.lockFile("S"))) << "given back by save()";
-        });
-        const std::string complaints = ::testing::internal::GetCapturedStderr();
-        const std::string stored = failure.empty() ? Workplace::read(place.record("S")) : failure;
-        EXPECT_EQ(complaints + stored + Workplace::read(place.legacyList("S")), text(row.after));
-        EXPECT_EQ(std::filesystem::exists(place.repository() + "/S"), row.before != "none" || failure.empty());
-        EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
-    }
-    void expectAll(const std::vector<Row>& rows) const {
-        for (const Row& row : rows) { expect(row); }
-    }
-    static void read(StoreState& state, std::string_view record) {
-        RecordReader reader(state, nullptr);
-        while (!record.empty()) { reader.readLine(takePiece(record)); }
+    void expect(const std::vector<Row>& rows) const {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.name);
+            std::filesystem::remove_all(place.repository() + "/S");
+            if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
+            if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), text(row.legacyList)); }
+            ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
+            const std::string failure = thrown([&] {
+                StoreState state("S", "");
+                state.load();
+                std::istringstream options(text(row.options));
+                for (std::string name, value; getline(options, name, ' ') && getline(options, value, '|');) {
+                    applyModifyOption(state, name.c_str(), OFString(value.data(), value.size()));
+                }
+                EXPECT_TRUE(state.save());
+                EXPECT_FALSE(std::filesystem::exists(place.lockFile("S"))) << "given back by save()";
+                state.print(stdout);
+            });
+            const std::string complaints = ::testing::internal::GetCapturedStderr();
+            const std::string stored = failure.empty() ? Workplace::read(place.record("S")) : failure;
+            EXPECT_EQ(::testing::internal::GetCapturedStdout() + failure, stored) << "printed as it is stored";
+            EXPECT_EQ(complaints + stored + Workplace::read(place.legacyList("S")), text(row.after));
+            EXPECT_EQ(std::filesystem::exists(place.repository() + "/S"), row.before != "none" || failure.empty());
+            EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
+        }
     }
 
     Workplace place;
@@ -72,8 +69,7 @@ TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
     for (std::string_view rest = FULL; !rest.empty();) {
         reversed = "# \n \t\r\n\n  #Version='9'\n" + (" \t" + std::string(takePiece(rest))) + reversed;
     }
-    expectAll({
-        {"as written", FULL, FULL},
+    expect({
         {"reversed, with comments and blanks", reversed, FULL},
         {"no known key", "<1>ProcessMode = 'x'\nprocessmode='x'\n\xa0\xff\x85",
          "Invalid line: ProcessMode = 'x'\n\nInvalid line: processmode='x'\n\nInvalid line: \xa0\xff\x85\n<1>"},
@@ -94,31 +90,13 @@ TEST_F(Record, LinesAreTakenByTheirPatternsInWhateverOrder) {
          "<1>DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \nStudyOwner='yess'\n"
          "StagedDevices='a'\nStagedDevices='c  a",
          "<1>DontDelete='yes'\nStagedDevices='a c'\n"},
-        {"version with a rest", "Version='+2x'\n", "Version='2'\n"},
-        {"version too high", "Version='2147483648'\n", "Version='2147483647'\n"},
+        {"version too high, with a rest", "Version='+2147483648x'\n", "Version='2147483647'\n"},
         {"version too low", "Version='-9999999999'\n", "Version='-2147483648'\n"},
     });
 }
 
-TEST_F(Record, IsPrintedAsItIsStored) {
-    read(state, FULL);
-    ::testing::internal::CaptureStdout();
-    state.print(stdout);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), FULL);
-}
-
-TEST_F(Record, CutAtEveryLengthReadsBackTheSame) {
-    for (size_t length = 0; length <= FULL.size(); ++length) {
-        StoreState cut("1.2", ".");
-        read(cut, std::string_view(FULL).substr(0, length));
-        ASSERT_EQ(thrown([&] { requireReadable(cut, formatRecord(cut)); }), "") << length;
-        EXPECT_EQ(cut.forwardDevices.Contains("y"), length >= FULL.size() - 2) << length;
-    }
-}
-
 TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
-    expectAll({
-        {"new", "none", "<1><auto>"},
+    expect({
         {"new, with a list, which stays", "none", "<1><auto>A\n", "", "A\n"},
         {"new, with devices that are handed over", "none", "<1>ForwardDevices='W'\n", "-b W.F|"},
         {"list with comments and blanks", "",
@@ -131,7 +109,6 @@ TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
          "<1>ArchiveDevice='@Archive-@TOP'\nStudyOwner='yes'\nStagedDevices='PACS1 PACS2'\nForwardDevices='WS1'\n"},
         {"name that no record carries", "", "<no>ForwardDevices='B''.A\nB'\n", "", "A\nB'\n"},
         {"list of zeros", "", "<no>ForwardDevices=''.<NUL><NUL>", "", "<NUL><NUL>"},
-        {"has a version", "Version='3'\nFolder='F'\n", "Version='3'\nFolder='F'\nA\n", "", "A\n"},
         {"has a negative version", "Version='-1'\n", "Version='-1'\nA\n", "", "A\n"},
         {"nothing handed over", "<1>", "<1><auto>", "-b none|"},
         {"handed over in odd forms", "<1>", "<1>OwnerDevice='P'\nStagedDevices='Q'\nForwardDevices='A c F X'\n",
@@ -145,13 +122,11 @@ TEST_F(Record, OldOnesAreConvertedAndNewOnesMadeWithTheRegisteredDevices) {
 }
 
 TEST_F(Record, OptionsChangeItInTheirOrder) {
-    expectAll({
+    expect({
         {"texts", "<1>Folder='F'\nDerived='D'\n",
          "<1>ProcessMode='p'\nStageState='g'\nFolder='f'\nSourceDevice='c'\nArchiveDevice='a'\nSourceStudy='y'\n",
          "-p p|-g g|-f f|-c c|-a a|-d |-y y|"},
-        {"markings", "<1>Retrieved='yes'\n", "<1>Derived='d'\nDontEdit='yes'\nDontDelete='yes'\n",
-         "-U yes|-D yes|-R Yes|-d d|"},
-        {"marked and not", "<1>", "<1>Retrieved='yes'\n", "-R yes|-U yes|-U no|"},
+        {"markings", "<1>DontEdit='yes'\n", "<1>Retrieved='yes'\nDontDelete='yes'\n", "-U Yes|-D yes|-R yes|"},
         {"owned locally", "<1>OwnerDevice='X'\n", "<1>StudyOwner='yes'\n", "-O yes|"},
         {"not owned locally", "<1>OwnerDevice='X'\nStudyOwner='yes'\n", "<1>OwnerDevice='X'\n", "-O no|"},
         {"owner", "<1>StudyOwner='yes'\nStagedDevices='a X b'\n", "<1>OwnerDevice='X'\nStagedDevices='a b'\n", "-o X|"},
@@ -170,11 +145,6 @@ TEST_F(Record, OptionsChangeItInTheirOrder) {
         EXPECT_EQ(state.reportOnlyDevices.Contains("X"), option == std::string("-e")) << option;
     }
     for (const ModifyOption& option : modifyOptions()) {
-        for (const char* name : {option.longName, option.shortName}) {
-            const ModifyOption* found = findModifyOption(name);
-            ASSERT_NE(found, nullptr) << name;
-            EXPECT_EQ(found->apply, option.apply) << name;
-        }
         std::istringstream keys(option.keys);
         for (std::string key; keys >> key;) { EXPECT_NE(FULL.find("\n" + key + "=\""), FULL.npos) << key; }
     }
@@ -187,24 +157,18 @@ TEST_F(Record, RefusesWhatItWouldNotReadBack) {
         options += "-w " + name + "|";
         full += (i % 32 == 0 ? "ForwardDevices='" : " ") + name + (i % 32 == 31 ? "'\n" : "");
     }
-    expectAll({
-        {"long lists", "<1>", full, options},
-        {"long lists twice", full + full, full, options},
+    expect({
+        {"long lists, twice", full + full, full, options},
         {"longest and oddest devices", "<1>",
          "<1>ForwardDevices='a'\nForwardDevices='<254>'\nForwardDevices='tab\tcr\r #x=\\'\n",
          "-w a|-w <254>|-w tab\tcr\r|-w #x=\\|"},
         {"longest and oddest texts", "<1>",
          "<1>Folder='<254>v'\nSourceDevice='in'side'\nArchiveDevice='<254>v'\nDerived='\xc3\xa4 text'\n",
          "-c in'side|-f <254>v|-a <254>v|-d \xc3\xa4 text|"},
-        {"two words", "<1>", "<no>OwnerDevice='two words'.", "-o two words|"},
         {"tabulator in a word", "<1>", "<no>ProcessMode='tab\there'.", "-p tab\there|"},
         {"line break in a word", "<1>", "<no>StageState='x\nForwardDevices='evil''.", "-g x\nForwardDevices='evil'|"},
-        {"word too long", "<1>", "<no>ArchiveDevice='<254>vv'.", "-a <254>vv|"},
-        {"no folder's character", "<1>", "<no>Folder='\xc3\x9f'.", "-f \xc3\x9f|"},
         {"quote in a text", "<1>", "<no>Derived='d'\nDerived='d'.", "-d d'\nDerived='d|"},
-        {"line break in a text", "<1>", "<no>SourceStudy='line\n'.", "-y line\n|"},
         {"NUL in a text", "<1>", "<no>SourceStudy='nul'.", "-y nul<NUL>here|"},
-        {"quote in a device", "<1>", "<no>StagedDevices='a''.", "-s a'|"},
         {"device without a name", "<1>", "<no>ForwardDevices=''.", "-w a|-w |"},
         {"blank in a device, of a new record", "none", "<no>ForwardDevices='a b'.", "-b W.C|-w a b|"},
         {"device too long", "<1>", "<no>ForwardDevices='<254>vv'.", "-w <254>vv|"},

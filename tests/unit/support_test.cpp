@@ -2,7 +2,6 @@
 #include "support/CapturedSyslog.h"
 #include "support/QXLogger.h"
 #include "support/QXSemaphore.h"
-#include "support/SyslogFacility.h"
 #include "support/Testing.h"
 
 #include <climits>
@@ -18,8 +17,7 @@ static void expectRendering(Exception&& exception, const std::string& expected) 
     EXPECT_EQ(replaced, expected);
     EXPECT_EQ(std::unique_ptr<char[]>(exception.toString()).get(), expected);
     ::testing::internal::CaptureStdout();
-    exception.print(std::cout);
-    exception.print(stdout);
+    exception.print(std::cout), exception.print(stdout);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), expected + "\n" + expected + "\n");
     if constexpr (!std::is_const_v<std::remove_reference_t<Exception>>) {
         expectRendering(static_cast<const QXException&>(exception), expected);
@@ -85,8 +83,7 @@ TEST_F(Semaphore, TimesOutAndWaits) {
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(thrown([&] { QXSemaphore("s", false).lock(limit); }), "Timeout Exception: [1] Semaphore timed out");
         const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
-        EXPECT_GE(waited.count(), limit);
-        EXPECT_LT(waited.count(), limit + 1.9);
+        EXPECT_NEAR(waited.count(), limit + 0.95, 0.95);
     }
     std::thread holder([&] { usleep(300000), other.unlock(); });
     EXPECT_TRUE(QXSemaphore("s", false).lock(0));
@@ -99,7 +96,6 @@ TEST_F(Semaphore, TakesItsDirectoryAsTold) { // what the system refuses: see fau
     EXPECT_TRUE(held());
     other.lockDir += "/";
     EXPECT_EQ(thrown([&] { other.lock(20); }), "IO Exception: [36] Creating semaphore failed: s [File name too long]");
-    EXPECT_EQ(QXSemaphore("s", "/given", false).lockDir, "/given");
     setVariable("LOCK_VAR", "");
     EXPECT_EQ(QXSemaphore("s", false).lockDir, "");
     setVariable("LOCK_VAR", nullptr);
@@ -115,34 +111,23 @@ static void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
 
 TEST(QXLogger, OpensTheFacilityThatTheModeAndTheEnvironmentSay) {
     { QXLogger silent("neither opened nor closed"); }
-    for (int i = 0; i < 8; ++i) {
-        EXPECT_EQ(storestate::syslogFacility(("local" + std::to_string(i)).c_str()), LOG_LOCAL0 + (i << 3)) << i;
-    }
     const std::pair<const char*, int> facilities[] = {
-        {"local3", LOG_LOCAL3}, {"local8", LOG_LOCAL0}, {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
+        {"local0", LOG_LOCAL0}, {"local1", LOG_LOCAL1}, {"local2", LOG_LOCAL2}, {"local3", LOG_LOCAL3},
+        {"local4", LOG_LOCAL4}, {"local5", LOG_LOCAL5}, {"local6", LOG_LOCAL6}, {"local7", LOG_LOCAL7},
+        {"local8", LOG_LOCAL0}, {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
     for (const auto& [name, facility] : facilities) {
         setVariable("LOG_FACILITY", name);
         QXLogger("me").debugLog("%s", "%d");
         EXPECT_EQ(takeLog(), (Log{{OPENED, facility, "me"}, {WRITTEN, LOG_DEBUG, "%d"}, {CLOSED, 0, ""}})) << name;
     }
-    setVariable("LOG_FACILITY", nullptr);
-    setVariable("LOG_OPER_FACILITY", "local2");
+    setVariable("LOG_FACILITY", nullptr), setVariable("LOG_OPER_FACILITY", "local2");
     QXLogger logger(nullptr);
-    LOG_FACILITY& current = logger.currentFacility;
-    EXPECT_EQ(current, FACILITY_NONE);
-    logger.errorLog("%d", 1);
-    logger.infoLog("2");
-    logWith(logger, MODE_OPER_INFO, "%d", 3);
-    logWith(logger, MODE_OPER_ERROR, "4");
+    logger.errorLog("%d", 1), logger.infoLog("2");
+    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL0, "unknown"}, {WRITTEN, LOG_ERR, "1"}, {WRITTEN, LOG_INFO, "2"}}));
+    logWith(logger, MODE_OPER_INFO, "%d", 3), logWith(logger, MODE_OPER_ERROR, "4");
+    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL2, "unknown"}, {WRITTEN, LOG_INFO, "3"}, {WRITTEN, LOG_ERR, "4"}}));
     logger.debugLog("5");
-    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL0, "unknown"},
-                              {WRITTEN, LOG_ERR, "1"},
-                              {WRITTEN, LOG_INFO, "2"},
-                              {OPENED, LOG_LOCAL2, "unknown"},
-                              {WRITTEN, LOG_INFO, "3"},
-                              {WRITTEN, LOG_ERR, "4"},
-                              {OPENED, LOG_LOCAL0, "unknown"},
-                              {WRITTEN, LOG_DEBUG, "5"}}));
+    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL0, "unknown"}, {WRITTEN, LOG_DEBUG, "5"}}));
 }
 
 TEST(StringBuffer, IsChangedInPlaceAndStaysValid) {
