@@ -1,4 +1,4 @@
-// Prints one of the lists that the code keeps, an entry a line.
+// Prints the lists that the code keeps, an entry a line, behind what it is an entry of.
 #include "repository/EntryPoints.h"
 #include "storestate/Environment.h"
 #include "storestate/ModifyOptions.h"
@@ -6,21 +6,11 @@
 
 #include <iostream>
 
-int main(int, char** arguments) {
-    const std::string wanted = arguments[1];
-    std::vector<std::string> entries;
-    for (const ModifyOption& option : modifyOptions()) {
-        if (wanted == "options") { entries.push_back(option.longName + std::string(" ") + option.shortName); }
+int main() {
+    for (const auto& each : modifyOptions()) {
+        std::cout << "option " << each.longName << " " << each.shortName << "\n";
     }
-    for (const storestate::RecordProperty& property : storestate::recordProperties(StoreState("", "."))) {
-        if (wanted == "keys") { entries.emplace_back(property.key); }
-    }
-    for (const storestate::EntryPoint& point : storestate::ENTRY_POINTS) {
-        if (wanted == "entry points") { entries.emplace_back(point.symbol); }
-    }
-    for (const storestate::EnvironmentVariable& variable : storestate::ENVIRONMENT) {
-        if (wanted == "variables") { entries.emplace_back(variable.name); }
-    }
-    for (const std::string& entry : entries) { std::cout << entry << "\n"; }
-    return entries.empty() ? 1 : 0;
+    for (const auto& each : storestate::recordProperties({"", "."})) { std::cout << "key " << each.key << "\n"; }
+    for (const auto& each : storestate::ENTRY_POINTS) { std::cout << "point " << each.symbol << "\n"; }
+    for (const auto& each : storestate::ENVIRONMENT) { std::cout << "variable " << each.name << "\n"; }
 }

@@ -4,10 +4,7 @@ import java.nio.file.Files;
 import java.nio.file.Paths;
 import quillon.util.StoreState;
 
-/**
- * Uses the class, perhaps after loading the library itself or using the class of a jar of its own, and prints the answer
- * and the libraries in memory.
- */
+/** Uses the class, perhaps after loading a library itself or using a jar's class; prints the answer and libraries. */
 public final class Loading {
     public static void main(String[] args) throws Exception {
         if (args.length > 0 && args[0].endsWith(".jar")) {

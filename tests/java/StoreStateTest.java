@@ -12,35 +12,29 @@ class StoreStateTest {
 
     static { System.load(System.getProperty("library")); }
 
-    private static Path record(String study) {
-        return Paths.get(System.getenv("REPOSITORY_DICOM_DATA"), study, ".info/storestate.rec");
-    }
+    static Path in(String variable, String... names) { return Path.of(System.getenv(variable), names); }
 
-    private static String read(String study) throws Exception { return Files.readString(record(study)); }
+    static Path record(String id) { return in("REPOSITORY_DICOM_DATA", id, ".info/storestate.rec"); }
 
-    private static boolean locked(String study) {
-        return Files.exists(Paths.get(System.getenv("LOCK_VAR"), "semaphore_storestate_" + study));
-    }
+    static String read(String study) throws Exception { return Files.readString(record(study)); }
 
-    private static boolean modify(String study, int mode, String... options) {
-        return StoreState.modify(study, mode, options, false);
-    }
+    static boolean locked(String id) { return Files.exists(in("LOCK_VAR", "semaphore_storestate_" + id)); }
+
+    static boolean modify(String id, int mode, String... pairs) { return StoreState.modify(id, mode, pairs, false); }
 
     /** Calls on a locked study, all at once: each waits its seconds and answers false. */
     @Test
     @Tag("waits")
     void lockIsWaitedForButNotForEver() throws Exception {
         assertTrue(StoreState.lock("busy"));
-        Map<String, Callable<Boolean>> calls = new TreeMap<>();
-        calls.put("20 s: convert", () -> StoreState.convert("busy", false));
-        calls.put("20 s: modify", () -> modify("busy", StoreState.MAY_EXIST));
-        calls.put("30 s: lock", () -> StoreState.lock("busy"));
-        long start = System.nanoTime();
+        long from = System.nanoTime();
         Map<String, Future<Boolean>> answers = new TreeMap<>();
-        calls.forEach((name, call) -> answers.put(name, THREADS.submit(call)));
-        for (String name : calls.keySet()) {
+        answers.put("20 s: convert", THREADS.submit(() -> StoreState.convert("busy", false)));
+        answers.put("20 s: modify", THREADS.submit(() -> modify("busy", StoreState.MAY_EXIST)));
+        answers.put("30 s: lock", THREADS.submit(() -> StoreState.lock("busy")));
+        for (String name : answers.keySet()) {
             assertFalse(answers.get(name).get(), name);
-            long late = TimeUnit.NANOSECONDS.toSeconds(System.nanoTime() - start) - Long.parseLong(name.substring(0, 2));
+            long late = TimeUnit.NANOSECONDS.toSeconds(System.nanoTime() - from) - Long.parseLong(name.substring(0, 2));
             assertTrue(late >= 0 && late < 6, name + ", " + late + " s late");
         }
         assertFalse(Files.exists(record("busy")));

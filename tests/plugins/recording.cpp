@@ -9,10 +9,9 @@
 using Text = const char*;
 
 template <class... Args>
-static void note(Text name, Args... args) {
+static void note(Text name, Text first, Args... others) {
     std::ofstream calls(getenv("RECORDED_CALLS"), std::ios::app);
-    calls << name;
-    ((calls << ", " << args), ...);
+    ((calls << name << "(" << first), ..., (calls << ", " << others)), calls << ")";
 }
 
 static void* marker(intptr_t number) { return reinterpret_cast<void*>(number); }

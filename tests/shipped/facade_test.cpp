@@ -7,7 +7,8 @@
 #include <syslog.h>
 
 static bool flag = false;
-static void* const opaque = &flag;
+static const char *const R = "R", *const S = "S";
+static void* const opaque = reinterpret_cast<void*>(0xabc);
 
 /** The path that a function returns. */
 static std::string taken(char* path) {
@@ -19,26 +20,25 @@ static intptr_t number(intptr_t result) { return result; }
 static intptr_t number(void* result) { return reinterpret_cast<intptr_t>(result); }
 static intptr_t number(char* result) { return taken(result) == "R/S"; }
 
-/** One of the eleven, with the recording plug-in's answer, the failure value and the end of the trace line. */
-struct Function {
+#define CALL(name, arguments) #name, #arguments, [] { return number(name arguments); }
+/** The eleven, with the recording plug-in's answer, the failure value and the end of the trace line. */
+static const struct {
     std::string name, arguments;
     intptr_t (*call)();
     intptr_t answer, failure;
     const char* trace;
-};
-#define CALL(name, arguments) #name, #arguments, [] { return number(name arguments); }
-static const Function FUNCTIONS[] = {
-    {CALL(getLocation, ("R", "S", opaque)), 1, 0, "repository=R fileName=S"},
-    {CALL(createDirectory, ("R", "S", opaque, flag)), 1, 0, "repository=R subDir=S"},
-    {CALL(unAge, ("R", "S")), 1, 0, "repository=R resource=S"},
-    {CALL(freeMount, ("R", "S")), 2, 127, "repository=R and subDirectory=S"},
-    {"checkOverload", "(\"R\")", [] { return checkOverload("R"), intptr_t{0}; }, 0, 0, "repository=R"},
-    {CALL(listDirs, ("R", opaque, flag)), 3, 0, "repository=R"},
-    {CALL(listFiles, ("R", opaque, flag)), 4, 0, "repository=R"},
-    {CALL(removeResource, ("R", "S")), 5, -1, "repository=R resource=S"},
-    {CALL(checkResourceStatus, ("R", "S")), 6, -1, "repository=R resource=S"},
-    {CALL(getRepositoryStatus, ("R")), 7, -1, "repository=R"},
-    {CALL(createLocation, ("R", "S", opaque, flag)), 8, 0, "repository=R fileName=S"},
+} FUNCTIONS[] = {
+    {CALL(getLocation, (R, S, opaque)), 1, 0, "repository=R fileName=S"},
+    {CALL(createDirectory, (R, S, opaque, flag)), 1, 0, "repository=R subDir=S"},
+    {CALL(unAge, (R, S)), 1, 0, "repository=R resource=S"},
+    {CALL(freeMount, (R, S)), 2, 127, "repository=R and subDirectory=S"},
+    {"checkOverload", "(R)", [] { return checkOverload(R), intptr_t{0}; }, 0, 0, "repository=R"},
+    {CALL(listDirs, (R, opaque, flag)), 3, 0, "repository=R"},
+    {CALL(listFiles, (R, opaque, flag)), 4, 0, "repository=R"},
+    {CALL(removeResource, (R, S)), 5, -1, "repository=R resource=S"},
+    {CALL(checkResourceStatus, (R, S)), 6, -1, "repository=R resource=S"},
+    {CALL(getRepositoryStatus, (R)), 7, -1, "repository=R"},
+    {CALL(createLocation, (R, S, opaque, flag)), 8, 0, "repository=R fileName=S"},
 };
 
 static_assert(std::size(FUNCTIONS) == std::size(storestate::ENTRY_POINTS));
@@ -46,7 +46,6 @@ static_assert(std::size(FUNCTIONS) == std::size(storestate::ENTRY_POINTS));
 class Facade : public ::testing::Test {
 protected:
     Facade() { taken(getLocation("", "", nullptr)), takeLog(); } // which opens the log
-    ~Facade() override { unlink(snapshotPath().c_str()); }
 
     static bool loaded(const std::string& home) {
         void* handle = dlopen((home + "/lib/RepositoryHandler.so").c_str(), RTLD_LAZY | RTLD_NOLOAD);
@@ -57,43 +56,37 @@ protected:
 };
 
 TEST_F(Facade, HandsEachCallOnOrReportsWhyNot) {
-    const std::string calls = place.root + "/calls", file = "/lib/RepositoryHandler.so: ", loading = "dlopen error: ";
-    setVariable("RECORDED_CALLS", calls.c_str());
     const std::string recording = TEST_PLUGINS "/recording", empty = TEST_PLUGINS "/empty", tooLong(999, 'x');
-    const std::tuple<bool, const char*, std::string> cases[] = {
-        {false, recording.c_str(), ""},
-        {true, recording.c_str(), ""},
-        {true, empty.c_str(), "dlsym error initTask: " + empty + file + "undefined symbol: <name>_"},
-        {false, nullptr, loading + "REPOSITORY_HANDLER_HOME is not set"},
-        {false, tooLong.c_str(), loading + "REPOSITORY_HANDLER_HOME is too long"},
-        {false, "/none", loading + "/none" + file + "cannot open shared object file: No such file or directory"},
+    const std::string calls = place.root + "/calls",
+                      loading = "EXCEPTION: dlopen error: ", file = "/lib/RepositoryHandler.so: ";
+    setVariable("RECORDED_CALLS", calls.c_str());
+    const std::tuple<std::string, const char*, std::string> cases[] = {
+        {"0", recording.c_str(), ""},
+        {"1", recording.c_str(), ""},
+        {"1", empty.c_str(), "EXCEPTION: dlsym error initTask: " + empty + file + "undefined symbol: <name>_"},
+        {"0", nullptr, loading + "REPOSITORY_HANDLER_HOME is not set"},
+        {"0", tooLong.c_str(), loading + "REPOSITORY_HANDLER_HOME is too long"},
+        {"0", "/none", loading + "/none" + file + "cannot open shared object file: No such file or directory"},
     };
     for (const auto& [given, home, error] : cases) {
         setVariable("REPOSITORY_HANDLER_HOME", home);
-        flag = given;
+        flag = given == "1";
         for (const auto& [name, arguments, call, answer, failure, trace] : FUNCTIONS) {
             unlink(snapshotPath().c_str());
             Workplace::write(calls, "");
             EXPECT_EQ(call(), error.empty() ? answer : failure) << name;
-            Log expected = {{WRITTEN, LOG_DEBUG, "called " + name + " with " + trace}};
-            if (!error.empty()) {
-                expected.emplace_back(WRITTEN_BESIDE_SNAPSHOT, LOG_ERR,
-                                      "EXCEPTION: " + expand(error, {{"<name>", name}}));
-            }
-            EXPECT_EQ(takeLog(), expected);
-            const std::string handedOn = expand(name + arguments, {{"(", ", "},
-                                                                   {")", ""},
-                                                                   {"\"", ""},
-                                                                   {"flag", flag ? "1" : "0"},
-                                                                   {"opaque", ::testing::PrintToString(opaque)}});
-            EXPECT_EQ(Workplace::read(calls), error.empty() ? handedOn : "");
+            Log wanted = {{WRITTEN, LOG_DEBUG, "called " + name + " with " + trace}};
+            const std::string reported = expand(error, {{"<name>", name}});
+            if (!error.empty()) { wanted.emplace_back(WRITTEN_BESIDE_SNAPSHOT, LOG_ERR, reported); }
+            EXPECT_EQ(takeLog(), wanted);
+            EXPECT_EQ(Workplace::read(calls),
+                      error.empty() ? expand(name + arguments, {{"opaque", "0xabc"}, {"flag", given}}) : "");
             EXPECT_FALSE(loaded(home != nullptr ? home : "")) << name;
             if (error.find(loading) == 0) { break; } // for the others it is the same
         }
     }
-    for (const std::string& listed : {std::to_string(getpid()) + " ", std::string("PATH=")}) {
-        EXPECT_NE(Workplace::read(snapshotPath()).find(listed), std::string::npos) << listed;
-    }
+    EXPECT_NE(Workplace::read(snapshotPath()).find(std::to_string(getpid()) + " "), std::string::npos);
+    EXPECT_NE(Workplace::read(snapshotPath()).find("PATH="), std::string::npos);
 }
 
 TEST_F(Facade, EndsThePluginsOwnExceptionsAndPassesOthersThrough) {

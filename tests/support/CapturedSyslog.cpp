@@ -19,7 +19,6 @@ STORESTATE_EXPORT void closelog() { captured.emplace_back(CLOSED, 0, ""); }
 STORESTATE_EXPORT void vsyslog(int priority, const char* format, va_list args) {
     char text[4096];
     vsnprintf(text, sizeof text, format, args);
-    const bool snapshot = std::filesystem::exists(snapshotPath());
-    captured.emplace_back(snapshot ? WRITTEN_BESIDE_SNAPSHOT : WRITTEN, priority, text);
+    captured.emplace_back(std::filesystem::exists(snapshotPath()) ? WRITTEN_BESIDE_SNAPSHOT : WRITTEN, priority, text);
 }
 }

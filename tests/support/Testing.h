@@ -7,18 +7,12 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <unistd.h>
 #include <vector>
 
 /** How the QXException that `work` throws is rendered; empty when it throws none. */
-template <class Work>
-std::string thrown(Work work) {
-    std::string text;
-    try {
-        work();
-    } catch (const QXException& failure) { failure.toString(text); }
-    return text;
-}
+inline std::string thrown(const std::function<void()>& work) try {
+    return work(), "";
+} catch (const QXException& failure) { return std::unique_ptr<char[]>(failure.toString()).get(); }
 
 /** Keeps tables readable: puts the meaning of each mark, which the meaning itself does not contain, in its place. */
 inline std::string expand(std::string text, const std::vector<std::pair<std::string, std::string>>& marks) {
@@ -27,8 +21,5 @@ inline std::string expand(std::string text, const std::vector<std::pair<std::str
     }
     return text;
 }
-
-/** Where the snapshot of this process lies. */
-inline std::string snapshotPath() { return "/tmp/error_ps." + std::to_string(getpid()) + ".txt"; }
 
 #endif

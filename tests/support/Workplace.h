@@ -7,24 +7,22 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 
 /** Sets a variable of the environment, or unsets it for null. */
-inline void setVariable(const char* name, const char* value) {
-    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
-}
+inline void setVariable(const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); }
 
 /** A variable that scripts/lib/with-mariadb sets for the program that it runs. */
 inline std::string serverSetting(const std::string& name) {
-    const char* value = getenv(name.c_str());
-    return value != nullptr ? value
-                            : throw std::runtime_error(name + " is not set: run scripts/lib/with-mariadb --tcp");
+    if (const char* value = getenv(name.c_str())) { return value; }
+    throw std::runtime_error(name + " is not set: run scripts/lib/with-mariadb --tcp");
 }
 
-/**
- * A repository and a lock directory in a temporary folder, with the environment set to them and to the supplied
- * plug-in. The folder goes with the object. The database is the one that scripts/lib/with-mariadb has put into the
- * environment.
- */
+/** Where the snapshot of this process lies. */
+inline std::string snapshotPath() { return "/tmp/error_ps." + std::to_string(getpid()) + ".txt"; }
+
+/** A repository and a lock directory in a temporary folder, which goes with the object, as goes a snapshot; and the
+ * environment set to them and to the supplied plug-in. The database is that of scripts/lib/with-mariadb. */
 class Workplace {
 public:
     Workplace() {
@@ -35,9 +33,8 @@ public:
         setVariable("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR);
         setVariable("LOCK_VAR", locks().c_str());
     }
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
-    ~Workplace() { std::filesystem::remove_all(root); }
+    Workplace& operator=(Workplace&&) = delete; // nor any other copy
+    ~Workplace() { std::filesystem::remove_all(root), std::filesystem::remove(snapshotPath()); }
 
     std::string repository() const { return root + "/repository"; }
     std::string locks() const { return root + "/locks"; }
@@ -54,8 +51,7 @@ public:
 
     /** The text of a file; empty when there is none. */
     static std::string read(const std::string& path) {
-        std::ifstream file(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
     }
 
     std::string root;
