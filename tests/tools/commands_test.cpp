@@ -69,12 +69,9 @@ TEST(Tool, GuessesWhatWasMeant) {
 }
 
 TEST(Tool, FitsTheProgressBarToTheTerminal) {
-    expectEach({{"80", "[####################....................] 50/100, 7 failed"},
-                {"30", "[#####.....] 50/100, 7 failed"},
-                {"21", "[.] 50/100, 7 failed"},
-                {"20", "50/100, 7 failed"},
-                {"10", "50/100, 7"},
-                {"0", ""}},
+    expectEach({"80 -> [####################....................] 50/100, 7 failed",
+                "30 -> [#####.....] 50/100, 7 failed", "21 -> [.] 50/100, 7 failed", "20 -> 50/100, 7 failed",
+                "10 -> 50/100, 7", "0 -> "},
                [](const string& width) { return progressLine(50, 7, 100, std::stoul(width)); });
 }
 
@@ -122,42 +119,30 @@ TEST(Tool, ReadsEnvironmentFilesAsSystemdDoes) {
 }
 
 TEST(Tool, FindsTheUmaskThatFitsAMode) {
-    for (const auto& [mode, wanted] : std::vector<std::pair<mode_t, mode_t>>{{0666, 0},
-                                                                             {0664, 002},
-                                                                             {0644, 022},
-                                                                             {0640, 027},
-                                                                             {0660, 007},
-                                                                             {0600, 077},
-                                                                             {0604, 072},
-                                                                             {0100644, 022},
-                                                                             {042770, 007},
-                                                                             {0400, 077}}) {
-        EXPECT_EQ(fittingUmask(mode), wanted) << std::oct << mode;
-    }
+    const std::pair<mode_t, mode_t> rows[] = {{0666, 0},   {0664, 002}, {0644, 022},    {0640, 027},   {0660, 007},
+                                              {0600, 077}, {0604, 072}, {0100644, 022}, {042770, 007}, {0400, 077}};
+    for (const auto& [mode, wanted] : rows) { EXPECT_EQ(fittingUmask(mode), wanted) << std::oct << mode; }
 }
 
 TEST(Tool, TellsDamageFromTheEarlierGeneration) {
-    const string later = "The record is of version 2, with keys that are not known here: New=\"1\"";
-    expectEach({{"", "The record is damaged: it is empty."},
-                {"\n", "set: nothing"},
-                {"# x\n \n", "set: nothing"},
-                {"Folder=\"F\"", ""},
-                {"Version=\"1\"\nFolder=\"F\"\n# end", ""},
-                {"x\nFolder=\"F\"\n", ""},
-                {"x\n", "The record is damaged: no line of it has a key of a record."},
-                {"Folder =\"F\"\nOwnerDevices=\"x\"\n", "The record is damaged: no line of it has a key of a record."},
-                {"Folder=\"F\n", "The record is damaged: its last line lacks the closing quote."},
-                {"Folder=\n \n#\n", "The record is damaged: its last line lacks the closing quote."},
-                {"Folder=\"F\nVersion=\"1\"\n", ""},
-                {"Folder=\"F\nodd\n", ""},
-                {"Version=\"1\"\n\0"s, "The record is damaged: it has NUL characters."},
-                {"Version=\"2\"\nNew=\"1\"\n", later},
-                {"Version=\"1\"\nNew=\"1\"\n", ""},
-                {"Version=\"2\"\n", ""}},
-               [](const string& text) {
-                   const RecordText found = examineRecord(text);
-                   return found.setsNothing ? "set: nothing" : found.objection();
-               });
+    const string damaged = "The record is damaged: ";
+    const std::pair<string, std::vector<string>> rows[] = {
+        {"",
+         {"Folder=\"F\"", "Version=\"1\"\nFolder=\"F\"\n# end", "x\nFolder=\"F\"\n", "Folder=\"F\nVersion=\"1\"\n",
+          "Folder=\"F\nodd\n", "Version=\"1\"\nNew=\"1\"\n", "Version=\"2\"\n"}},
+        {"set: nothing", {"\n", "# x\n \n"}},
+        {damaged + "it is empty.", {""}},
+        {damaged + "no line of it has a key of a record.", {"x\n", "Folder =\"F\"\nOwnerDevices=\"x\"\n"}},
+        {damaged + "its last line lacks the closing quote.", {"Folder=\"F\n", "Folder=\n \n#\n"}},
+        {damaged + "it has NUL characters.", {"Version=\"1\"\n\0"s}},
+        {"The record is of version 2, with keys that are not known here: New=\"1\"", {"Version=\"2\"\nNew=\"1\"\n"}},
+    };
+    for (const auto& [wanted, texts] : rows) {
+        for (const string& text : texts) {
+            const RecordText found = examineRecord(text);
+            EXPECT_EQ(found.setsNothing ? "set: nothing" : found.objection(), wanted) << "for " << text;
+        }
+    }
     EXPECT_EQ(examineRecord(" a\r\nVersion=\"7\"\nb\n").invalidLines, (std::vector<string>{"a", "b"}));
 }
 
