@@ -3,7 +3,6 @@
 #include "support/Export.h"
 
 #include <cerrno>
-#include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,34 +10,18 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-Plan plan;
-std::vector<Call> trace;
-bool noting = false;
-std::map<std::string, Place> places;
-std::map<int, std::string> openFiles;
-bool ofCluster = false;
-std::function<void(struct dirent&)> shown = [](struct dirent&) {};
-std::function<void()> paused = [] {};
-
-std::ostream& operator<<(std::ostream& out, const Call& call) {
-    static const char* const NAMES[] = {"open",  "close", "read",  "write", "fsync",  "rename",  "unlink",
-                                        "mkdir", "stat",  "lstat", "fstat", "statfs", "opendir", "readdir"};
-    return out << NAMES[call.op] << " " << call.path;
-}
-
 /** Notes a call and has it done by `work`, or one in so many parts of it, unless it is to fail. */
 template <class Work>
-static int pass(Op op, const std::string& path, const std::string& argument, Work work) {
+static int pass(Op op, const char* name, const std::string& path, const std::string& argument, Work work) {
     if (!noting || places.count(path) == 0) { return static_cast<int>(work(1)); }
     const size_t index = trace.size();
     const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
     const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
-    if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
     ssize_t result = error <= 0 || op == CLOSE ? work(error == SHORT ? 2 : 1) : -1; // a descriptor goes anyway
     if (error > 0) { result = -1, errno = error; }
     if ((op == OPEN || op == OPENDIR) && result >= 0) { openFiles[static_cast<int>(result)] = path; }
     const std::string& done = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
-    trace.push_back({op, places[path], path, done, error > 0, result < 0 ? errno : 0});
+    trace.push_back({op, name, places[path], path, done, error > 0, result < 0 ? errno : 0});
     return static_cast<int>(result);
 }
 
@@ -47,7 +30,7 @@ static std::string pathOf(int file) { return noting && openFiles.count(file) != 
 // Also for the plug-in, loaded at run time. The headers give them the names for the width of file offsets and times.
 #define CALL(op, type, name, parameters, path, argument, work)                                                         \
     extern "C" STORESTATE_EXPORT type name parameters {                                                                \
-        return pass(op, path, argument, [&]([[maybe_unused]] size_t parts) { return work; });                          \
+        return pass(op, #name, path, argument, [&]([[maybe_unused]] size_t parts) { return work; });                   \
     }
 CALL(OPEN, int, open, (const char* path, int flags, ...), path, (flags & O_CLOEXEC) != 0 ? "" : "inheritable",
      openat(AT_FDCWD, path, flags, 0666))
@@ -70,19 +53,16 @@ CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, pa
 CALL(CLOSE, int, closedir, (DIR * directory), pathOf(dirfd(directory)), "",
      (openFiles.erase(dirfd(directory)), reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(directory)))
 
-extern "C" {
-STORESTATE_EXPORT DIR* opendir(const char* path) {
-    const int file = pass(OPENDIR, path, "", [&](size_t) { return openat(AT_FDCWD, path, O_DIRECTORY | O_CLOEXEC); });
+extern "C" STORESTATE_EXPORT DIR* opendir(const char* path) {
+    const auto open = [&](size_t) { return openat(AT_FDCWD, path, O_DIRECTORY | O_CLOEXEC); };
+    const int file = pass(OPENDIR, "opendir", path, "", open);
     return file >= 0 ? fdopendir(file) : nullptr;
 }
-STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
+extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
+    const auto next = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
     struct dirent* entry = nullptr;
-    pass(READDIR, pathOf(dirfd(directory)), "", [&](size_t) {
-        entry = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"))(directory);
-        return 0;
-    });
+    pass(READDIR, "readdir", pathOf(dirfd(directory)), "", [&](size_t) { return entry = next(directory), 0; });
     if (noting && entry != nullptr) { shown(*entry); }
     return entry;
 }
-STORESTATE_EXPORT int usleep(useconds_t) { return paused(), 0; }
-}
+extern "C" STORESTATE_EXPORT int usleep(useconds_t) { return paused(), 0; }

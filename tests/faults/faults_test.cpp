@@ -1,12 +1,11 @@
-// Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. A killed
-// process leaves its lock, which somebody must give back, and its temporary file, which harms nobody.
+// Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. Who dies
+// makes no later calls, as when they all fail: a lock stays, which somebody must give back, and a temporary file.
 #include "Disk.h"
 #include "storestate/ModifyOptions.h"
 #include "support/Testing.h"
 
 #include <algorithm>
 #include <cstring>
-#include <sys/wait.h>
 
 namespace {
 
@@ -17,33 +16,22 @@ const std::string HEAD = "Version=\"2\"\nOwnerDevice=\"PACS7\"\n", TAIL = "Forwa
 const std::string MODIFIED = HEAD + "Folder=\"Main\"\nForwardDevices=\"X Y Z\"\n";
 const std::string NEW = "Version=\"1\"\nOwnerDevice=\"PACS1\"\n",
                   FIRST = NEW + "Folder=\"Main\"\nForwardDevices=\"Z WS1\"\n";
-const std::string CONVERTED = NEW + "ArchiveDevice=\"@Archive-@TOP\"\nForwardDevices=\"X Y WS1 OLD1 OLD2\"\n";
-
-/** As the native methods do it. Either gives the same record when it is called once more without a condition. */
-bool convert(StoreState& state, int32_t) { return state.load(), state.save(); }
-bool modify(StoreState& state, int32_t mode) {
-    if (!loadForModify(state, mode)) { return false; }
-    applyModifyOption(state, "--folder", "Main");
-    applyModifyOption(state, "--fwddevice", "Z");
-    return state.save();
-}
+const std::string CONVERTED =
+    NEW + "Folder=\"Main\"\nArchiveDevice=\"@Archive-@TOP\"\nForwardDevices=\"X Y WS1 OLD1 OLD2 Z\"\n";
 
 struct Scenario {
     const char* name;
     std::string record, list, after; ///< as found, empty: none; the record that the call leaves
-    bool (*call)(StoreState&, int32_t);
     int32_t mode;
     bool cluster = false; ///< several hosts share the file system
 } const SCENARIOS[] = {
-    {"Modify", HEAD + PADDING + TAIL, "", MODIFIED, modify, RECORD_MUST_EXIST},
-    {"FirstSave", "", "", FIRST, modify, RECORD_MUST_NOT_EXIST},
-    {"Convert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, convert, RECORD_MAY_EXIST},
-    {"ClusterFirstSave", "", "", FIRST, modify, RECORD_MUST_NOT_EXIST, true},
-    {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, convert, RECORD_MAY_EXIST, true},
+    {"Modify", HEAD + PADDING + TAIL, "", MODIFIED, RECORD_MUST_EXIST},
+    {"FirstSave", "", "", FIRST, RECORD_MUST_NOT_EXIST},
+    {"Convert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, RECORD_MAY_EXIST},
+    {"ClusterFirstSave", "", "", FIRST, RECORD_MUST_NOT_EXIST, true},
+    {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, RECORD_MAY_EXIST, true},
 };
 void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; } // for the test's name
-
-constexpr int ERRORS[] = {EMFILE, ENOSPC, EIO, EACCES, EINTR, EDQUOT, EROFS, EINVAL, SHORT};
 
 /** Exceptions of which <path> and <to> are the call's, <number> and <text> the error's. */
 const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be created in repository.",
@@ -54,22 +42,18 @@ const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be cr
 
 /** What becomes of a failed call, in rows that may be one of several. No row: what is closed or deleted may stay. */
 const struct Rule {
-    Op op;
-    int places;
+    int ops, places;
     std::string result;
     int passedOver = 0; ///< this error is tried again, or does not matter
 } RULES[] = {
-    {STAT, STUDY, "false"}, // any of the four: it depends on what the study was looked for
+    {STAT, STUDY | RECORD, "false"}, // any of the four: it depends on what the study was looked for
     {STAT, STUDY, "Unknown Exception: [1] Study 1.2.3 not found in repository."},
     {STAT, STUDY, NOT_MADE},
     {STAT, STUDY, UNREAD},
-    {STAT, RECORD, "false"},
     {OPEN, LOCK, "IO Exception: [<number>] Creating semaphore failed: storestate_1.2.3 [<text>]"},
     {OPEN, RECORD | LIST, NOT_OPENED},
     {READ, RECORD | LIST, NOT_READ, EINTR},
-    {OPENDIR, INFO, NOT_READ}, // of a cluster, as the two below
-    {READDIR, INFO, NOT_READ},
-    {FSTAT, INFO | RECORD | LIST, NOT_READ},
+    {OPENDIR | READDIR | FSTAT, INFO | RECORD | LIST, NOT_READ}, // of a cluster
     {MKDIR, STUDY, NOT_MADE},
     {OPEN, ROOT, NOT_MADE},
     {FSYNC, ROOT, NOT_MADE, EINVAL},
@@ -79,8 +63,7 @@ const struct Rule {
     {FSYNC, STUDY | INFO, NOT_WRITTEN, EINVAL},
     {OPEN, TEMPORARY, "false"},
     {WRITE, TEMPORARY, NOT_WRITTEN, EINTR},
-    {FSYNC, TEMPORARY, NOT_WRITTEN},
-    {CLOSE, TEMPORARY, NOT_WRITTEN},
+    {FSYNC | CLOSE, TEMPORARY, NOT_WRITTEN},
     {RENAME, TEMPORARY, "Unknown Exception: [1] Could not rename <path> to <to> [<number>: <text>]"},
     {UNLINK, LOCK, "IO Exception: [<number>] Releasing semaphore failed: storestate_1.2.3 [<text>]"},
 };
@@ -88,13 +71,13 @@ const struct Rule {
 /** The first failed call with a rule decides. A study that is not found may be wanted, or be found the next time. */
 std::string expected(const std::string& outcome) {
     for (const Call& call : trace) {
-        for (const auto& [op, places, result, passedOver] : RULES) {
-            if (!call.injected || op != call.op || (places & call.place) == 0 || passedOver == call.error) { continue; }
-            const std::string decided = expand(result, {{"<path>", call.path},
-                                                        {"<to>", call.argument},
-                                                        {"<number>", std::to_string(call.error)},
-                                                        {"<text>", strerror(call.error)}});
-            if (decided == outcome || op != STAT) { return decided; }
+        const std::string number = std::to_string(call.error), text = strerror(call.error);
+        for (const auto& [ops, places, result, passedOver] : RULES) {
+            const bool applies = call.injected && (ops & call.op) != 0 && (places & call.place) != 0;
+            if (!applies || passedOver == call.error) { continue; }
+            const std::string decided = expand(
+                result, {{"<path>", call.path}, {"<to>", call.argument}, {"<number>", number}, {"<text>", text}});
+            if (decided == outcome || ops != STAT) { return decided; }
         }
     }
     return "true";
@@ -104,18 +87,21 @@ std::string expected(const std::string& outcome) {
 Call lastCall(Op op, Place place) {
     const auto found = std::find_if(trace.rbegin(), trace.rend(),
                                     [&](const Call& call) { return call.op == op && call.place == place; });
-    return found != trace.rend() ? *found : Call{op, place, "", "", false, ENOENT};
+    return found != trace.rend() ? *found : Call{op, "", place, "", "", false, ENOENT};
 }
 
-/** "true", "false", or the exception. */
-std::string outcomeOf(bool (*call)(StoreState&, int32_t), int32_t mode) {
+/** One change, made as the native method makes it: "true", "false", or the exception. Once more, it changes nothing. */
+std::string modify(int32_t mode) {
     bool done = false;
     noting = true;
     const std::string failure = thrown([&] {
         StoreState state("1.2.3", ""); // with devices that stand in for the database's
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
-        done = call(state, mode);
+        if (!loadForModify(state, mode)) { return; }
+        applyModifyOption(state, "--folder", "Main");
+        applyModifyOption(state, "--fwddevice", "Z");
+        done = state.save();
     });
     noting = false;
     return done ? "true" : failure.empty() ? "false" : failure;
@@ -125,6 +111,7 @@ class Faults : public testing::TestWithParam<Scenario> {
 protected:
     Faults() {
         places = {{root, ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}, {lock, LOCK}};
+        places[temporary] = TEMPORARY;
         if (!scenario.record.empty()) { start.insert({{study, "/"}, {info, "/"}, {record, scenario.record}}); }
         if (!scenario.list.empty()) { start[list] = scenario.list; }
         restore(start);
@@ -143,28 +130,15 @@ protected:
 
     /** The scenario's call: "true", after which no power cut takes the new record away, "false", or the exception. */
     std::string call(const Plan& wanted, int32_t mode) {
-        places[temporary()] = TEMPORARY;
         plan = wanted;
         ofCluster = scenario.cluster;
         trace.clear();
-        const std::string outcome = outcomeOf(scenario.call, mode);
+        const std::string outcome = modify(mode);
         for (const Call& made : trace) { disk.apply(made); }
         for (Disk::State state : disk.states()) {
             if (outcome == "true") { EXPECT_EQ(state[record], scenario.after); }
         }
         return outcome;
-    }
-
-    /** Has it made by another process, which the plan kills. */
-    std::string kill(const Plan& wanted) {
-        const pid_t child = fork();
-        if (child == 0) { _exit(call(wanted, scenario.mode) == "true"); }
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_EQ(status, SIGKILL) << "the plan killed it";
-        trace.assign(plain.data(), plain.data() + wanted.at); // as far as the process got
-        for (const Call& made : trace) { disk.apply(made); }
-        return "killed";
     }
 
     void expectNextCall() {
@@ -175,21 +149,19 @@ protected:
 
     /** One call under a plan, and one after it. */
     void attempt(const Plan& fault) {
-        const char* const ways[] = {"not", "once", "again and again", "and all later ones", "killed"};
-        SCOPED_TRACE(testing::Message() << plain[fault.at] << ", call " << fault.at << ", " << ways[fault.how]
-                                        << ", error " << fault.error);
+        const char* const ways[] = {"not", "once", "again and again", "and all later ones"};
+        SCOPED_TRACE(testing::Message() << plain[fault.at].name << " " << plain[fault.at].path << ", call " << fault.at
+                                        << ", " << ways[fault.how] << ", error " << fault.error);
         restore(start);
-        const std::string outcome = fault.error == 0 ? kill(fault) : call(fault, scenario.mode);
+        const std::string outcome = call(fault, scenario.mode);
         const bool renamed = lastCall(RENAME, TEMPORARY).error == 0;
         EXPECT_EQ(Workplace::read(record), renamed ? scenario.after : scenario.record);
         if (!renamed) { EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither"; }
         if (renamed) { EXPECT_FALSE(lastCall(OPEN, INFO).injected) << "known before the rename"; }
-        if (fault.error != 0) {
-            EXPECT_EQ(expected(outcome), outcome);
-            EXPECT_EQ(openFiles.size(), 0);
-            EXPECT_EQ(fs::exists(lock), lastCall(UNLINK, LOCK).injected);
-            EXPECT_EQ(fs::exists(temporary()), lastCall(UNLINK, TEMPORARY).injected);
-        }
+        EXPECT_EQ(expected(outcome), outcome);
+        EXPECT_EQ(openFiles.size(), 0);
+        EXPECT_EQ(fs::exists(lock), lastCall(UNLINK, LOCK).injected);
+        EXPECT_EQ(fs::exists(temporary), lastCall(UNLINK, TEMPORARY).injected);
         if (outcome == "true") {
             EXPECT_TRUE(renamed);
             EXPECT_EQ(fs::exists(list), lastCall(UNLINK, LIST).injected);
@@ -197,12 +169,11 @@ protected:
         expectNextCall();
     }
 
-    std::string temporary() const { return record + "." + std::to_string(getpid()); }
-
     const Scenario& scenario = GetParam();
     Workplace here;
     const std::string root = here.repository(), study = root + "/1.2.3", info = study + "/.info",
-                      record = here.record("1.2.3"), list = here.legacyList("1.2.3"), lock = here.lockFile("1.2.3");
+                      record = here.record("1.2.3"), list = here.legacyList("1.2.3"), lock = here.lockFile("1.2.3"),
+                      temporary = record + "." + std::to_string(getpid());
     Disk::State start = {{root, "/"}};
     Disk disk{start};
     std::vector<Call> plain; ///< when all goes well
@@ -210,7 +181,7 @@ protected:
 
 TEST_P(Faults, EveryCallFails) {
     for (size_t at = 0; at < plain.size(); ++at) {
-        for (const int error : ERRORS) {
+        for (const int error : {EMFILE, ENOSPC, EIO, EACCES, EINTR, EDQUOT, EROFS, EINVAL, SHORT}) {
             attempt({Plan::ONCE, at, error});
             const bool triesForEver = error == EINTR && (plain[at].op == READ || plain[at].op == WRITE);
             if (!triesForEver) { attempt({Plan::SAME, at, error}); }
@@ -219,16 +190,12 @@ TEST_P(Faults, EveryCallFails) {
     }
 }
 
-TEST_P(Faults, KilledAtEveryCall) {
-    for (size_t at = 0; at < plain.size(); ++at) { attempt({Plan::KILL, at, 0}); }
-}
-
 TEST_P(Faults, PowerIsCut) {
     Disk cut(start);
     std::set<Disk::State> known;
     bool locked = false;
     for (const Call& call : plain) {
-        SCOPED_TRACE(testing::Message() << call);
+        SCOPED_TRACE(call.name + (" " + call.path));
         locked = call.place == LOCK ? call.op != UNLINK : locked;
         if (call.op != STAT && call.op != STATFS && call.place != LOCK) { EXPECT_TRUE(locked); }
         EXPECT_NE(call.argument, "inheritable");
@@ -288,7 +255,7 @@ TEST(Cluster, OldNamesCostNoChange) {
             if (wrong) { listing.show(entry, entry.d_name[0] == 's'); }
         };
         const bool works = listing.pauses < 7;
-        EXPECT_EQ(outcomeOf(modify, RECORD_MAY_EXIST),
+        EXPECT_EQ(modify(RECORD_MAY_EXIST),
                   works ? "true" : "IO Exception: [116] Reading file failed: " + record + " Stale file handle");
         EXPECT_EQ(Workplace::read(record), works ? MODIFIED : before);
         EXPECT_EQ(pauses, listing.pauses);
@@ -310,7 +277,7 @@ TEST(Cluster, ReadsPastAListingOfWhatIsGone) {
         if (++pauses == 2) { fs::rename(record + ".new", record); }
     };
     Workplace::write(record, HEAD + "ForwardDevices=\"Q\"\n");
-    EXPECT_EQ(outcomeOf(modify, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(modify(RECORD_MAY_EXIST), "true");
     EXPECT_EQ(Workplace::read(record), MODIFIED);
     EXPECT_EQ(pauses, 2);
 }

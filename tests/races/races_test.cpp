@@ -6,6 +6,7 @@
 #include <atomic>
 #include <csignal>
 #include <malloc.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
 
@@ -16,61 +17,51 @@ extern "C" __attribute__((visibility("default"))) const char* __tsan_default_sup
 
 namespace {
 
-using Work = std::function<bool(int worker, int time)>;
+enum Kind { THREADS, PROCESSES };
 
 /** All start at the same moment and do their work so many times; how many times it succeeded. */
-int inThreads(int count, int times, const Work& work) {
-    std::atomic<int> waiting{count}, succeeded{0};
+int run(Kind kind, int count, int times, const std::function<bool(int worker, int time)>& work) {
+    const auto counters = mmap(nullptr, 4096, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    auto* const started = static_cast<std::atomic<int>*>(counters);
+    auto* const succeeded = started + 1;
+    const auto all = [=](int worker) {
+        for (++*started; *started < count;) { std::this_thread::yield(); }
+        for (int time = 0; time < times; ++time) { *succeeded += work(worker, time); }
+    };
     std::vector<std::thread> threads;
     for (int worker = 0; worker < count; ++worker) {
-        threads.emplace_back([&, worker] {
-            for (--waiting; waiting > 0;) { std::this_thread::yield(); }
-            for (int time = 0; time < times; ++time) { succeeded += work(worker, time); }
-        });
+        if (kind == THREADS) { threads.emplace_back(all, worker); }
+        if (kind == PROCESSES && fork() == 0) { all(worker), _exit(0); }
     }
     for (std::thread& thread : threads) { thread.join(); }
-    return succeeded;
-}
-
-int inProcesses(int count, int times, const Work& work) {
-    for (int worker = 0; worker < count; ++worker) {
-        const bool child = fork() == 0;
-        int failed = 0;
-        for (int time = 0; child && time < times; ++time) { failed += !work(worker, time); }
-        if (child) { _exit(failed); }
-    }
-    int succeeded = count * times;
-    for (int status = 0; wait(&status) > 0;) { succeeded -= WIFEXITED(status) ? WEXITSTATUS(status) : times; }
-    return succeeded;
+    while (wait(nullptr) > 0) {}
+    return *succeeded;
 }
 
 TEST(Races, FirstUseOfTheDatabaseIsSafeAndLeavesSigpipeAlone) {
     void (*const ours)(int) = [](int) {};
     signal(SIGPIPE, ours);
-    EXPECT_EQ(inThreads(16, 1, [](int, int) { return DB_Query().init() == 1; }), 16);
+    EXPECT_EQ(run(THREADS, 16, 1, [](int, int) { return DB_Query().init() == 1; }), 16);
     EXPECT_EQ(ours, signal(SIGPIPE, SIG_DFL));
 }
 
 /** One call, made as the native method makes it. A wait beyond the limit of the lock is a failure, too. */
 bool modify(int study, const char* option, const std::string& value) {
     StoreState state(std::to_string(study).c_str(), "");
-    const auto call = [&] {
-        loadForModify(state, RECORD_MAY_EXIST);
-        applyModifyOption(state, option, value.c_str());
-        state.save() ? void() : throw QXException("not saved");
-    };
-    return thrown(call).empty();
+    bool saved = false;
+    const auto change = [&] { applyModifyOption(state, option, value.c_str()), saved = state.save(); };
+    return thrown([&] { loadForModify(state, RECORD_MAY_EXIST), change(); }).empty() && saved;
 }
 
 /** There are so few changes that the lock is free again before anybody's time is up. */
-void contend(const char* name, int (*run)(int, int, const Work&), int workers, int studies, int changes) {
+void contend(const char* name, Kind kind, int workers, int studies, int changes) {
     SCOPED_TRACE(name);
     const Workplace place;
     const auto change = [=](int worker, int time) {
         const std::string device = std::to_string(worker * changes + time / studies);
         return modify((worker + time) % studies, time % 2 == 0 ? "--setstaged" : "--fwddevice", device);
     };
-    EXPECT_EQ(run(workers, changes * studies, change), workers * changes * studies);
+    EXPECT_EQ(run(kind, workers, changes * studies, change), workers * changes * studies);
     for (int study = 0; study < studies; ++study) {
         StoreState state(std::to_string(study).c_str(), "");
         ASSERT_TRUE(state.load());
@@ -81,10 +72,10 @@ void contend(const char* name, int (*run)(int, int, const Work&), int workers, i
 }
 
 TEST(Races, NoChangeIsLost) {
-    contend("processes on one study", inProcesses, 8, 1, 12);
-    contend("processes on many", inProcesses, 8, 12, 2);
-    contend("threads on one study", inThreads, 16, 1, 6);
-    contend("threads on many", inThreads, 16, 12, 2);
+    contend("processes on one study", PROCESSES, 8, 1, 12);
+    contend("processes on many", PROCESSES, 8, 12, 2);
+    contend("threads on one study", THREADS, 16, 1, 6);
+    contend("threads on many", THREADS, 16, 12, 2);
 }
 
 /** STORESTATE_CALLS says how many, by three: one asks the database, one is refused, one deletes the record. */
@@ -97,10 +88,10 @@ TEST(Races, CallsLeaveNothingInTheProcess) {
         return modify(worker, "--folder", "F") && !modify(worker, "--fwddevice", "no name") &&
                StoreState(std::to_string(worker).c_str(), "").remove();
     };
-    EXPECT_EQ(inThreads(16, 10, call), 16 * 10); // what stays for good is there after this
+    EXPECT_EQ(run(THREADS, 16, 10, call), 16 * 10); // what stays for good is there after this
     const auto filesBefore = descriptors();
     const size_t memoryBefore = mallinfo2().uordblks;
-    EXPECT_EQ(inThreads(16, times, call), 16 * times);
+    EXPECT_EQ(run(THREADS, 16, times, call), 16 * times);
     EXPECT_EQ(filesBefore, descriptors());
     EXPECT_NEAR(memoryBefore, mallinfo2().uordblks, 4096);
 }
