@@ -11,7 +11,7 @@ namespace {
 
 /** An option of a cluster file system's client with which calls went wrong on several hosts. */
 struct Pitfall {
-    const char* client;  ///< type of the mount, or what its source begins with
+    const char* client;  ///< what type and source of its mounts begin with
     const char* options; ///< the file in which the client shows its options
     const char* option;  ///< as written there; behind it comes what it is set to
     const char* wrong;   ///< "no", or a number of seconds when this is empty
@@ -25,7 +25,7 @@ constexpr Pitfall PITFALLS[] = {
     {"fuse.glusterfs", "/.meta/cmdline", "negative-timeout=", "", REMEMBERS, "mount it without negative-timeout"},
     {"fuse.glusterfs", "/.meta/cmdline", "use-readdirp=", "no",
      "learns no names from listings: calls take over a second, or fail", "mount it without use-readdirp"},
-    {"mfs#", "/.params", "mfsnegentrycacheto: ", "", REMEMBERS, "mount it without mfsnegentrycacheto"},
+    {"fuse mfs", "/.params", "mfsnegentrycacheto: ", "", REMEMBERS, "mount it without mfsnegentrycacheto"},
 };
 
 bool beginsWith(const std::string& text, const std::string& beginning) {
@@ -47,7 +47,7 @@ bool checkClient(CheckReport& report, const std::string& subject, const Mount& m
     bool known = false;
     CheckReport own([&](const Finding& finding) { report.add(finding); });
     for (const Pitfall& pitfall : PITFALLS) {
-        if (!beginsWith(mount.type, pitfall.client) && !beginsWith(mount.source, pitfall.client)) {
+        if (!beginsWith(mount.type + " " + mount.source, pitfall.client)) {
             continue;
         }
         std::ifstream file(mount.directory + pitfall.options);
