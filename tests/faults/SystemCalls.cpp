@@ -3,6 +3,7 @@
 #include "support/Export.h"
 
 #include <cerrno>
+#include <csignal>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -17,6 +18,7 @@ static int pass(Op op, const char* name, const std::string& path, const std::str
     const size_t index = trace.size();
     const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
     const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
+    if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
     ssize_t result = error <= 0 || op == CLOSE ? work(error == SHORT ? 2 : 1) : -1; // a descriptor goes anyway
     if (error > 0) { result = -1, errno = error; }
     if ((op == OPEN || op == OPENDIR) && result >= 0) { openFiles[static_cast<int>(result)] = path; }

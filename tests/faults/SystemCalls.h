@@ -22,9 +22,9 @@ struct Call {
     int error;                  ///< 0: carried out
 };
 
-/** What happens to call number `at`, and to later ones: those of its kind (SAME), or all (ALL, with EIO). */
+/** What happens to call number `at`, and to later ones: those of its kind (SAME), or all (ALL, with EIO, or KILL). */
 struct Plan {
-    enum How { NOTHING, ONCE, SAME, ALL } how;
+    enum How { NOTHING, ONCE, SAME, ALL, KILL } how;
     size_t at;
     int error; ///< errno or SHORT
 };

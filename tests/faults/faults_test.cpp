@@ -1,11 +1,12 @@
-// Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. Who dies
-// makes no later calls, as when they all fail: a lock stays, which somebody must give back, and a temporary file.
+// Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. A killed
+// process leaves its lock, which somebody must give back, and its temporary file, which harms nobody.
 #include "Disk.h"
 #include "storestate/ModifyOptions.h"
 #include "support/Testing.h"
 
 #include <algorithm>
 #include <cstring>
+#include <sys/wait.h>
 
 namespace {
 
@@ -187,6 +188,28 @@ TEST_P(Faults, EveryCallFails) {
             if (!triesForEver) { attempt({Plan::SAME, at, error}); }
         }
         attempt({Plan::ALL, at, ENOSPC}); // not the error of the later ones
+    }
+}
+
+TEST_P(Faults, KilledAtEveryCall) {
+    for (size_t at = 0; at < plain.size(); ++at) {
+        SCOPED_TRACE(plain[at].name + (" " + plain[at].path));
+        restore(start);
+        const pid_t child = fork();
+        if (child == 0) {
+            places[record + "." + std::to_string(getpid())] = TEMPORARY;
+            _exit(call({Plan::KILL, at, 0}, scenario.mode) == "true");
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(WTERMSIG(status), SIGKILL);
+        for (size_t done = 0; done < at; ++done) { disk.apply(plain[done]); }
+        const std::string now = Workplace::read(record);
+        EXPECT_EQ(now, now == scenario.record ? scenario.record : scenario.after);
+        if (now != scenario.after) {
+            EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither";
+        }
+        expectNextCall();
     }
 }
 
