@@ -2,6 +2,7 @@
 // process leaves its lock, which somebody must give back, and its temporary file, which harms nobody.
 #include "Disk.h"
 #include "storestate/ModifyOptions.h"
+#include "support/Export.h"
 #include "support/Testing.h"
 
 #include <algorithm>
@@ -305,6 +306,16 @@ TEST(Cluster, ReadsPastAListingOfWhatIsGone) {
     EXPECT_EQ(pauses, 2);
 }
 
+TEST(Memory, ThatIsShortForASessionLosesNothing) {
+    const Workplace here;
+    Workplace::write(here.record("1.2.3"), TAIL);
+    EXPECT_EQ(thrown([] { StoreState("1.2.3", "").load(); }), "Unknown Exception: [1] Error connecting to MySQL");
+    EXPECT_EQ(Workplace::read(here.record("1.2.3")), TAIL);
+}
+
 INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(SCENARIOS), testing::PrintToStringParamName());
 
 } // namespace
+
+/** The client library's, without any memory; all other tests bring their devices. */
+extern "C" STORESTATE_EXPORT void* mysql_init(void*) { return nullptr; }
