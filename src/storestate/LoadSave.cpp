@@ -38,7 +38,7 @@ bool StoreState::load() {
         semaphore.lock(LOCK_SECONDS);
     }
     OFString path;
-    if (!readStored(path, diagnostics)) {
+    if (!readStored(path)) {
         return false;
     }
     if (version <= 0) {
@@ -48,7 +48,7 @@ bool StoreState::load() {
     return true;
 }
 
-bool StoreState::readStored(OFString& path, FILE* diagnostics) {
+bool StoreState::readStored(OFString& path) {
     requireRepository();
     OFString directory;
     const bool located = locate(directory);

@@ -77,11 +77,10 @@ public:
 
     /**
      * Reads the record as it is stored, without lock and without conversion: to look at, not to save. `path` becomes
-     * the record file's path. Lines without a known key are reported on `diagnostics`, unless that is null. False: the
-     * study has no directory (`path` is then empty) or no record. QXIOException with errno: the file cannot be opened
-     * or read.
+     * the record file's path. False: the study has no directory (`path` is then empty) or no record. QXIOException with
+     * errno: the file cannot be opened or read.
      */
-    bool readStored(OFString& path, FILE* diagnostics);
+    bool readStored(OFString& path);
 
     /**
      * Replaces the record file and gives the study's lock back. A record without a version first takes over the
@@ -163,7 +162,7 @@ public:
     QXSemaphore semaphore;
     OFList<StoreDevice*> autoForwardDevices; ///< owned
     bool useLock = true;                     ///< load(), save() and release() operate `semaphore`
-    FILE* diagnostics = stderr;              ///< where load() reports lines without a known key; null: nowhere
+    FILE* diagnostics = stderr;              ///< where lines without a known key are reported; null: nowhere
 
 private:
     void requireRepository() const;

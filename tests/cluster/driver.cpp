@@ -78,8 +78,9 @@ int check(char** logs) {
     }
     for (const auto& [study, devices] : wanted) {
         StoreState state(study.c_str(), "");
+        state.diagnostics = stdout;
         OFString path;
-        torn += answer([&] { return state.readStored(path, stdout); }) != "true" || state.folder != "Main";
+        torn += answer([&] { return state.readStored(path); }) != "true" || state.folder != "Main";
         for (const Text& device : devices) { lost += !state.forwardDevices.Contains(device.c_str()); }
         for (size_t i = 0; i < state.forwardDevices.NumberOfElements(); ++i) {
             torn += state.forwardDevices[i].length() != NAME_LENGTH && state.forwardDevices[i] != "WS1";
