@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 #include "process/Users.h"
 #include "storestate/Environment.h"
+#include "terminal/Text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -50,9 +51,7 @@ void lookAtAll(CheckReport& report) {
 
 std::string rendered(const CheckReport& report, const CheckOptions& options) {
     if (options.asJson) {
-        return reportAsJson(report, options.quiet)
-                   .dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) +
-               "\n";
+        return jsonText(reportAsJson(report, options.quiet));
     }
     return options.asMonitor ? monitorLine(report) + findingLines(report, true) : findingLines(report, options.quiet);
 }
