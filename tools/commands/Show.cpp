@@ -40,14 +40,13 @@ void printConversion(const StoredRecord& record, const Style& style) {
         printf("  %s%s\n", style.faint("Separate forward list").c_str(), list.c_str());
         printf("  %s\n", style.faint(printable(path)).c_str());
     }
+    const std::string study = record.state.studyId.c_str();
+    printf("\n  A conversion, with the devices in the database, would make of it:\n");
     fflush(stdout); // the database may let us wait
     try {
-        const std::string study = record.state.studyId.c_str();
-        printf("\n  A conversion would make of it:\n%s\n",
-               changeText(formatRecord(record.state), convertedText(study), style).c_str());
+        printf("%s\n", changeText(formatRecord(record.state), convertedText(study), style).c_str());
     } catch (const QXException& failure) {
-        printf("\n  A conversion would fail: %s\n\n",
-               printable(explained(failure, record.state.studyId.c_str())).c_str());
+        printf("  Nothing, it would fail: %s\n\n", printable(explained(failure, study)).c_str());
     }
 }
 
