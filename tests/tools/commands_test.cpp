@@ -11,6 +11,8 @@
 #include "terminal/Suggestion.h"
 #include "terminal/Text.h"
 
+#include <nlohmann/json.hpp>
+
 using namespace storestate;
 using std::string;
 using namespace std::string_literals;

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 namespace storestate {

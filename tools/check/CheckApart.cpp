@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <nlohmann/json.hpp>
 #include <poll.h>
 #include <sys/wait.h>
 #include <thread>

@@ -4,7 +4,7 @@
 
 #include "check/CheckReport.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace storestate {
 

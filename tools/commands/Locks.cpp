@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <nlohmann/json.hpp>
 
 namespace storestate {
 namespace {

@@ -10,6 +10,7 @@
 #include "storestate/StudyPaths.h"
 
 #include <ctime>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 namespace storestate {

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 #include <langinfo.h>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <vector>
 

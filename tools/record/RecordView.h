@@ -5,7 +5,7 @@
 #include "storestate/StoreState.h"
 #include "terminal/Terminal.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace storestate {
 

@@ -1,6 +1,7 @@
 #include "terminal/Text.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace storestate {

@@ -2,7 +2,7 @@
 #ifndef TOOLS_TERMINAL_TEXT_H
 #define TOOLS_TERMINAL_TEXT_H
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
