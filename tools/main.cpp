@@ -12,7 +12,7 @@ int run(const storestate::Words& words) {
         return storestate::runCommandLine(words);
     } catch (const std::exception& failure) {
         storestate::printRemark("storestate", failure.what());
-        return storestate::STATUS_FAILED;
+        return storestate::failureStatus(words, storestate::STATUS_FAILED);
     }
 }
 
@@ -21,11 +21,12 @@ int run(const storestate::Words& words) {
 int main(int argc, char** argv) {
     setlocale(LC_CTYPE, "");
     signal(SIGPIPE, SIG_IGN); // a lock would stay; writing fails instead
-    const int status = run({argv + 1, argv + argc});
+    const storestate::Words words(argv + 1, argv + argc);
+    const int status = run(words);
     const std::string fault = storestate::outputFault();
     if (!fault.empty()) {
         storestate::printRemark("storestate", fault);
-        return storestate::STATUS_FAILED;
+        return storestate::failureStatus(words, storestate::STATUS_FAILED);
     }
     return status;
 }

@@ -63,11 +63,7 @@ int checkEnvironment(const CheckOptions& options) {
     CheckReport report;
     showUser(report, options.identityFault);
     lookAtAll(report);
-    const std::string text = rendered(report, options);
-    const bool printed = fwrite(text.data(), 1, text.size(), stdout) == text.size() && fflush(stdout) == 0;
-    if (!printed) {
-        return options.asMonitor ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_FAILED);
-    }
+    printf("%s", rendered(report, options).c_str());
     if (options.asMonitor) {
         return monitorStatus(report.worst());
     }

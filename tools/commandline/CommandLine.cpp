@@ -61,12 +61,11 @@ int refuse(const CLI::App& app, const CLI::ParseError& refused, const Words& wor
     if (!meant.empty()) {
         fprintf(stderr, "%s\n", printable(meant.substr(1)).c_str());
     }
-    // A monitoring system takes 2 for a fault that was found.
-    return contains(words, "--monitor") ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_USAGE);
+    return failureStatus(words, STATUS_USAGE);
 }
 
-/** Takes environment and identity over, in this order: another's environment is root's to read. */
-int prepare(Request& request, const std::string& command) {
+/** Takes environment and identity over, in this order: another's environment is root's to read. False: said why not. */
+bool prepare(Request& request, const std::string& command) {
     std::string fault = takeEnvironment(request.process, request.environmentFiles);
     fault = fault.empty() ? missingVariables(request.variables) : fault;
     if (fault.empty() && (request.rights != Rights::CALLER || !request.user.empty())) {
@@ -75,14 +74,18 @@ int prepare(Request& request, const std::string& command) {
             request.check.identityFault.swap(fault);
         }
     }
-    if (fault.empty()) {
-        return STATUS_DONE;
+    if (!fault.empty()) {
+        complain(command, fault + ".", STATUS_FAILED);
     }
-    complain(command, fault + ".", STATUS_FAILED);
-    return request.check.asMonitor ? STATUS_MONITOR_UNKNOWN : static_cast<int>(STATUS_FAILED);
+    return fault.empty();
 }
 
 } // namespace
+
+int failureStatus(const Words& words, int usual) {
+    const bool monitors = !words.empty() && words.front() == "check" && contains(words, "--monitor");
+    return monitors ? STATUS_MONITOR_UNKNOWN : usual;
+}
 
 int runCommandLine(const Words& words) {
     if (!words.empty() && words.front() == COMPLETION_COMMAND) {
@@ -98,8 +101,8 @@ int runCommandLine(const Words& words) {
     try {
         std::reverse(parsed.begin(), parsed.end()); // as the parser wants them
         app.parse(parsed);
-        const int status = prepare(request, app.get_subcommands().front()->get_name());
-        return status == STATUS_DONE ? request.run() : status;
+        const bool ready = prepare(request, app.get_subcommands().front()->get_name());
+        return ready ? request.run() : failureStatus(words, STATUS_FAILED);
     } catch (const CLI::ParseError& refused) {
         return refuse(app, refused, words);
     }
