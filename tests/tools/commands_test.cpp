@@ -135,7 +135,8 @@ TEST(Tool, TellsDamageFromTheEarlierGeneration) {
         {"set: nothing", {"\n", "# x\n \n"}},
         {damaged + "it is empty.", {""}},
         {damaged + "no line of it has a key of a record.", {"x\n", "Folder =\"F\"\nOwnerDevices=\"x\"\n"}},
-        {damaged + "its last line lacks the closing quote.", {"Folder=\"F\n", "Folder=\n \n#\n"}},
+        {damaged + "its last line, Folder=, lacks the closing quote.", {"x=\"1\"\n Folder=\n \n#\n"}},
+        {damaged + "its last line, Folder=\"F, lacks the closing quote.", {"Folder=\"F\n"}},
         {damaged + "it has NUL characters.", {"Version=\"1\"\n\0"s}},
         {"The record is of version 2, with keys that are not known here: New=\"1\"", {"Version=\"2\"\nNew=\"1\"\n"}},
     };

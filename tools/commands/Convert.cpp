@@ -25,7 +25,7 @@ struct Counts {
 };
 
 /** Keeps a damaged record under a second name, which tells the time. */
-void keepOriginal(const std::string& path) {
+std::string keepOriginal(const std::string& path) {
     char date[32];
     const time_t now = time(nullptr);
     struct tm utc = {};
@@ -35,6 +35,7 @@ void keepOriginal(const std::string& path) {
     if (link(path.c_str(), copy.c_str()) != 0) {
         throwFileError("Keeping the original failed: ", copy.c_str());
     }
+    return copy;
 }
 
 /** One study of the run. */
@@ -78,14 +79,18 @@ private:
         } else if (changes) {
             replace(state, current);
         }
+        if (!objection.empty()) {
+            printRemark(study, objection + (current.text.isLegible ? " Look whether what was left of it is right."
+                                                                   : " Nothing of it was legible: it begins anew."));
+        }
         ++(changes ? counts.converted : counts.unchanged);
         counts.withNothingSet += changes && current.text.setsNothing ? 1 : 0;
         return STATUS_DONE;
     }
 
-    static void replace(StoreState& state, const StoredRecord& current) {
+    void replace(StoreState& state, const StoredRecord& current) const {
         if (!current.text.objection().empty()) {
-            keepOriginal(current.path);
+            printRemark(study, "The original is kept as " + keepOriginal(current.path));
         }
         state.useLock = true; // to be given back
         saveOrThrow(state);

@@ -48,8 +48,7 @@ RecordText examineRecord(std::string_view text) {
     StoreState state("-", ".");
     RecordReader reader(state, nullptr);
     const std::vector<RecordProperty> properties = recordProperties(state);
-    bool anyKnown = false;
-    bool lastIsOpen = false;
+    std::string cut; // the last line, if it lacks the closing quote
     for (std::string_view rest = text; !rest.empty();) {
         const std::string_view piece = takePiece(rest);
         const std::string_view line = trimmed(piece);
@@ -58,19 +57,19 @@ RecordText examineRecord(std::string_view text) {
             continue;
         }
         const bool known = isKnown(line, properties);
-        anyKnown = anyKnown || known;
-        lastIsOpen = known && !isClosed(line);
+        found.isLegible = found.isLegible || known;
+        cut = known && !isClosed(line) ? line : "";
         if (!known) {
             found.invalidLines.emplace_back(line);
         }
     }
     found.version = state.version;
-    found.setsNothing = !text.empty() && !anyKnown && found.invalidLines.empty();
+    found.setsNothing = !text.empty() && !found.isLegible && found.invalidLines.empty();
     found.isLater = state.version > 1 && !found.invalidLines.empty();
     found.damage = text.empty()                                ? "it is empty"
                    : text.find('\0') != std::string_view::npos ? "it has NUL characters"
-                   : !anyKnown && !found.invalidLines.empty()  ? "no line of it has a key of a record"
-                   : lastIsOpen                                ? "its last line lacks the closing quote"
+                   : !found.isLegible && !found.setsNothing    ? "no line of it has a key of a record"
+                   : !cut.empty()                              ? "its last line, " + cut + ", lacks the closing quote"
                                                                : "";
     return found;
 }

@@ -12,6 +12,7 @@ struct RecordText {
     std::vector<std::string> invalidLines; ///< neither blank nor comment, and without a key of a record
     std::string damage;                    ///< what is broken; empty for a record that is whole
     bool setsNothing = false;              ///< comments and blank lines only
+    bool isLegible = false;                ///< a line at least has a key of a record
     bool isLater = false;                  ///< of a later version, with keys that are not known here
     int version = 0;
 
