@@ -5,7 +5,6 @@
 #include "record/StoredRecord.h"
 #include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
-#include "storestate/StudyPaths.h"
 #include "terminal/Interruption.h"
 #include "terminal/Suggestion.h"
 #include "terminal/Terminal.h"
@@ -13,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace storestate {
@@ -60,28 +60,24 @@ void applyOptions(StoreState& state, const std::vector<std::string>& options) {
     }
 }
 
-/** Why nothing can be written in the directory; empty when something can. */
-std::string writingFault(const std::string& directory) {
-    return access(directory.c_str(), W_OK | X_OK) != 0 ? directory + ": " + strerror(errno) : "";
-}
-
-/** The directory in which a save would begin to write: the deepest of the study's that is there, or the root. */
-std::string firstDirectory(const StoredRecord& record) {
-    const std::string info = infoDirectoryPath(record.directory.c_str()).c_str();
-    return record.directory.empty()          ? record.state.repository.c_str()
-           : access(info.c_str(), F_OK) == 0 ? info
-                                             : record.directory;
+/** Why a file system that takes no new file would fail the call; empty when it takes some. */
+std::string spaceFault(const std::string& directory) {
+    struct statvfs space;
+    const bool isFull = statvfs(directory.c_str(), &space) == 0 &&
+                        ((space.f_blocks > 0 && space.f_bavail == 0) || (space.f_files > 0 && space.f_favail == 0));
+    return isFull ? directory + ": " + strerror(ENOSPC) : "";
 }
 
 /** Says why saving would fail for reasons outside the record. */
 int reportObstacles(const ModifyRequest& request, const StoredRecord& record) {
-    std::vector<std::string> directories = {firstDirectory(record)};
+    std::vector<std::string> directories = {writingDirectory(record)};
     if (!request.lockHeld) {
         directories.push_back(record.state.semaphore.lockDir);
     }
     int status = request.lockHeld ? STATUS_DONE : reportLock(request.study);
     for (const std::string& directory : directories) {
-        const std::string fault = writingFault(directory);
+        const std::string denied = writingFault(directory);
+        const std::string fault = denied.empty() ? spaceFault(directory) : denied;
         if (!fault.empty()) {
             status = combined(status, complain(request.study, "Writing would fail: " + fault, STATUS_FAILED));
         }

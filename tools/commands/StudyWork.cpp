@@ -4,6 +4,7 @@
 #include "locks/LockFiles.h"
 #include "locks/LockWait.h"
 #include "process/Identity.h"
+#include "storestate/StudyPaths.h"
 #include "support/QXException.h"
 #include "terminal/Interruption.h"
 #include "terminal/Terminal.h"
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
@@ -61,13 +63,26 @@ int complainAboutUnreadable(const StudiesFound& found, const std::string& comman
     return status;
 }
 
+std::string writingDirectory(const StoredRecord& record) {
+    const std::string info = infoDirectoryPath(record.directory.c_str()).c_str();
+    return record.directory.empty()          ? record.state.repository.c_str()
+           : access(info.c_str(), F_OK) == 0 ? info
+                                             : record.directory;
+}
+
+std::string writingFault(const std::string& directory) {
+    return access(directory.c_str(), W_OK | X_OK) != 0 ? directory + ": " + strerror(errno) : "";
+}
+
+std::string foreignPart(const StoredRecord& record) {
+    const std::string ofDirectory = record.directory.empty() ? "" : foreignOwner(record.directory);
+    return ofDirectory.empty() && !record.path.empty() ? foreignOwner(record.path) : ofDirectory;
+}
+
 int prepareWriting(const StoredRecord& record) {
-    const std::string study = record.state.studyId.c_str();
-    for (const std::string& path : {record.directory, record.path}) {
-        const std::string foreign = path.empty() ? "" : foreignOwner(path);
-        if (!foreign.empty()) {
-            return complain(study, foreign, STATUS_FAILED);
-        }
+    const std::string foreign = foreignPart(record);
+    if (!foreign.empty()) {
+        return complain(record.state.studyId.c_str(), foreign, STATUS_FAILED);
     }
     const char* root = getenv("REPOSITORY_DICOM_DATA");
     fitUmask(record.path.empty() && root != nullptr ? root : record.path);
@@ -78,7 +93,10 @@ void saveOrThrow(StoreState& state) {
     errno = 0;
     if (!state.save()) {
         const int error = errno;
-        throw QXIOException(error, std::string("Creating the temporary record file failed: ") + strerror(error));
+        StoredRecord record(state.studyId.c_str());
+        record.read();
+        throw QXIOException(error, "Creating the temporary record file failed: " + writingDirectory(record) + ": " +
+                                       strerror(error));
     }
 }
 

@@ -24,6 +24,15 @@ void reportInvalidLines(const StoredRecord& record);
 /** Names the directories that nobody could look into; returns the exit status. */
 int complainAboutUnreadable(const StudiesFound& found, const std::string& command);
 
+/** Where a save would begin to write: the deepest of the study's directories that is there, or the root. */
+std::string writingDirectory(const StoredRecord& record);
+
+/** Why nothing can be written in the directory; empty when something can. */
+std::string writingFault(const std::string& directory);
+
+/** Which part of the study belongs to somebody else; empty when none does. */
+std::string foreignPart(const StoredRecord& record);
+
 /** Whose the study is permits to write it; makes new files fit to it. Returns STATUS_DONE or the exit status. */
 int prepareWriting(const StoredRecord& record);
 

@@ -31,7 +31,7 @@ enum Kind { WHOLE, EARLIER, EARLIER_EMPTY, LATER, DAMAGED, NOT_STORABLE, UNREADA
 class Verification {
 public:
     /** Prints what is wrong or unusual with the study and counts it. */
-    int look(const std::string& study, bool mustExist) {
+    int look(const std::string& study) {
         StoredRecord record(study);
         Kind kind = UNREADABLE;
         remarks.clear();
@@ -41,28 +41,27 @@ public:
             remarks.push_back(explained(failure, study));
         }
         ++counts[kind];
+        const bool writable = isWritable(record);
         lookForLock(study);
         lookForTemporaryFiles(record);
         print(study);
-        if (kind == WITHOUT_RECORD) {
-            return mustExist ? complain(study, record.absence(), STATUS_EXISTENCE) : STATUS_DONE;
-        }
-        return kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY ? STATUS_DONE : STATUS_FAILED;
+        const bool inOrder = (kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY) && writable;
+        return inOrder ? STATUS_DONE : kind == WITHOUT_RECORD && writable ? STATUS_EXISTENCE : STATUS_FAILED;
     }
 
     void printCounts(size_t all) const {
         for (const auto& [kind, count] : counts) {
             printf("%s %zu, ", KINDS[kind], count);
         }
-        printf("of %zu; locked %zu, temporary files %zu\n", all, locked, temporaryFiles);
+        printf("of %zu; not writable %zu, locked %zu, temporary files %zu\n", all, notWritable, locked, temporaryFiles);
     }
 
 private:
     Kind classify(StoredRecord& record) {
         if (!record.read()) {
-            if (!record.directory.empty() && !record.legacyNames().empty()) {
-                remarks.emplace_back("a separate forward list without a record, which no conversion takes in");
-            }
+            const bool hasList = !record.directory.empty() && !record.legacyNames().empty();
+            remarks.push_back(record.absence() +
+                              (hasList ? ", but a separate forward list, which no conversion takes in" : ""));
             return WITHOUT_RECORD;
         }
         for (const std::string& line : record.text.invalidLines) {
@@ -97,6 +96,16 @@ private:
         }
     }
 
+    bool isWritable(const StoredRecord& record) {
+        const std::string foreign = foreignPart(record);
+        const std::string fault = foreign.empty() ? writingFault(writingDirectory(record)) : foreign;
+        if (!fault.empty()) {
+            ++notWritable;
+            remarks.push_back("cannot be saved: " + fault);
+        }
+        return fault.empty();
+    }
+
     void lookForLock(const std::string& study) {
         const std::optional<LockFile> lock = findLock(study);
         if (lock.has_value()) {
@@ -129,6 +138,7 @@ private:
     }
 
     std::map<Kind, size_t> counts;
+    size_t notWritable = 0;
     size_t locked = 0;
     size_t temporaryFiles = 0;
     std::vector<std::string> remarks; ///< on the study in hand
@@ -143,7 +153,7 @@ int verifyRecords(const Studies& arguments) {
         Verification verification;
         const int status =
             workThrough({"verify"}, found.studies, [&](const std::string& study, const Patience& /*unlocked*/) {
-                return guarded(study, [&] { return verification.look(study, !arguments.empty()); });
+                return guarded(study, [&] { return verification.look(study); });
             });
         verification.printCounts(found.studies.size());
         return combined(readable, status);

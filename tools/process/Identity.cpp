@@ -1,6 +1,7 @@
 #include "process/Identity.h"
 
 #include "process/Users.h"
+#include "terminal/Text.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -78,7 +79,9 @@ std::string foreignOwner(const std::string& path) {
         return "";
     }
     const std::string owner = userName(status.st_uid);
-    return path + " belongs to " + owner + ", not to " + userName(geteuid()) + ": --as " + owner + " if that is right";
+    const std::string user = userName(geteuid());
+    return path + " belongs to " + owner + ", not to " + user + ": chown " + user + " " + shellWord(path) +
+           ", or --as " + owner + " if that is right";
 }
 
 mode_t fittingUmask(mode_t mode) {
