@@ -71,6 +71,15 @@ int removeLock(const LockFile& lock) {
     });
 }
 
+/** Says which of the locks that were named stay for their age. */
+void reportYounger(const std::vector<LockFile>& named, const std::vector<LockFile>& old) {
+    for (const LockFile& lock : named) {
+        if (std::none_of(old.begin(), old.end(), [&](const LockFile& other) { return other.path == lock.path; })) {
+            printf("%s: the lock stays, %s.\n", printable(lock.study).c_str(), holderText(lock).c_str());
+        }
+    }
+}
+
 /** Shows the locks and asks; STATUS_DONE: they may be removed. */
 int askAbout(const std::vector<LockFile>& locks) {
     if (!isTerminal(stdin)) {
@@ -103,9 +112,10 @@ int takeLockForGood(const std::string& study, int lockSeconds) {
 
 int removeLocks(const Studies& studies, std::optional<int64_t> minimumAge, bool force) {
     return guarded("unlock", [&] {
-        std::vector<LockFile> locks = locksOf(studies);
-        if (minimumAge.has_value()) {
-            locks = olderThan(locks, *minimumAge);
+        const std::vector<LockFile> all = locksOf(studies);
+        const std::vector<LockFile> locks = olderThan(all, minimumAge.value_or(INT64_MIN));
+        if (!studies.empty()) {
+            reportYounger(all, locks);
         }
         int status = force || locks.empty() ? STATUS_DONE : askAbout(locks);
         if (status == STATUS_DONE) {
