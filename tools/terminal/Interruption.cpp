@@ -1,6 +1,8 @@
 #include "terminal/Interruption.h"
 
+#include <cerrno>
 #include <csignal>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
@@ -9,8 +11,15 @@ constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t noted = 0;
 
+/** What hangs is not waited for in silence. */
 void note(int number) {
+    constexpr char TEXT[] =
+        "storestate: interrupted: the study in hand is finished first; a second signal ends at once, "
+        "and may leave its lock.\n";
+    const int error = errno;
     noted = number;
+    static_cast<void>(!write(STDERR_FILENO, TEXT, sizeof TEXT - 1));
+    errno = error;
 }
 
 } // namespace
