@@ -1,6 +1,7 @@
 #include "commands/Commands.h"
 #include "commands/Failure.h"
 #include "commands/StudyWork.h"
+#include "locks/LockFiles.h"
 #include "record/RecordChange.h"
 #include "record/StoredRecord.h"
 #include "storestate/ModifyOptions.h"
@@ -137,6 +138,9 @@ int lookAndModify(const ModifyRequest& request) {
         return complain(request.study,
                         objection + " storestate convert --damaged keeps a copy of it and writes a new one.",
                         STATUS_FAILED);
+    }
+    if (request.lockHeld && !findLock(request.study).has_value()) {
+        return complain(request.study, "Nobody holds the study's lock: leave out --lock-held.", STATUS_FAILED);
     }
     int status = prepareWriting(record);
     if (status == STATUS_DONE && request.dryRun) {
