@@ -46,10 +46,10 @@ TEST(CheckSpace, TellsFullFromNearlyFull) {
         const char* text;
     } rows[] = {
         {"plenty of both", 5000, 50, 1000, 10, Verdict::GOOD, ""},
-        {"no space", 5000, 0, 1000, 10, Verdict::BAD, "the disk is full"},
-        {"little space", 102400, 1023, 1000, 10, Verdict::NOTE, "the disk is nearly full: 3 MiB left"},
-        {"no inodes", 5000, 50, 1000, 0, Verdict::BAD, "the file system has no inodes left"},
-        {"few inodes", 5000, 50, 1000, 9, Verdict::NOTE, "the file system has only 9 inodes left"},
+        {"no space", 5000, 0, 1000, 10, Verdict::BAD, "/x: the disk is full"},
+        {"little space", 102400, 1023, 1000, 10, Verdict::NOTE, "/x: the disk is nearly full: 3 MiB left"},
+        {"no inodes", 5000, 50, 1000, 0, Verdict::BAD, "/x: the file system has no inodes left"},
+        {"few inodes", 5000, 50, 1000, 9, Verdict::NOTE, "/x: the file system has only 9 inodes left"},
         {"inodes are not counted", 5000, 50, 0, 0, Verdict::GOOD, ""},
         {"a file system without blocks", 0, 0, 0, 0, Verdict::GOOD, ""},
     };
@@ -59,6 +59,7 @@ TEST(CheckSpace, TellsFullFromNearlyFull) {
         state.f_blocks = row.blocks, state.f_bavail = row.blocksLeft;
         state.f_files = row.inodes, state.f_favail = row.inodesLeft;
         CheckReport report;
+        setVariable("X", "/x");
         checkSpace(report, "X", state);
         EXPECT_EQ(report.worst(), row.worst) << row.name;
         EXPECT_EQ(report.findings().empty() ? "" : report.findings().front().text, row.text) << row.name;

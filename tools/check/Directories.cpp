@@ -81,19 +81,20 @@ std::string fileSystem(const std::string& path) {
 }
 
 void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state) {
+    const std::string path = setting(variable);
     const std::string remedy = "free some: new records and locks are small files";
     const std::string inodeRemedy = "delete files that nobody needs, however small, or make the file system larger";
     const std::string left = std::to_string(state.f_bavail * state.f_frsize / 1048576) + " MiB";
     const bool counted = state.f_files > 0; // some file systems do not count inodes
     if (state.f_blocks > 0 && state.f_bavail == 0) {
-        report.bad(variable, "the disk is full", remedy);
+        report.bad(variable, path + ": the disk is full", remedy);
     } else if (isScarce(state.f_bavail, state.f_blocks)) {
-        report.note(variable, "the disk is nearly full: " + left + " left", remedy);
+        report.note(variable, path + ": the disk is nearly full: " + left + " left", remedy);
     }
     if (counted && state.f_favail == 0) {
-        report.bad(variable, "the file system has no inodes left", inodeRemedy);
+        report.bad(variable, path + ": the file system has no inodes left", inodeRemedy);
     } else if (counted && isScarce(state.f_favail, state.f_files)) {
-        report.note(variable, "the file system has only " + std::to_string(state.f_favail) + " inodes left",
+        report.note(variable, path + ": the file system has only " + std::to_string(state.f_favail) + " inodes left",
                     inodeRemedy);
     }
 }
