@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace storestate {
@@ -26,10 +27,25 @@ void showOthers(CheckReport& report) {
     }
 }
 
+/** Somebody has forgotten to name the server rather than eight variables. */
+void showWhetherSet(CheckReport& report) {
+    if (std::all_of(std::begin(ENVIRONMENT), std::end(ENVIRONMENT),
+                    [](const EnvironmentVariable& variable) { return getenv(variable.name) == nullptr; })) {
+        report.bad("environment", "none of the server's variables is set",
+                   "take them from the server: --env-of PID, or --env-file FILE");
+    }
+}
+
 /** Whose rights the other findings speak of. */
 void showUser(CheckReport& report, const std::string& identityFault) {
     const std::string user = userName(geteuid());
-    if (identityFault.empty()) {
+    struct stat root;
+    if (stat(setting("REPOSITORY_DICOM_DATA").c_str(), &root) == 0 && root.st_uid != geteuid() && geteuid() != 0) {
+        report.note("user",
+                    user + ", not " + userName(root.st_uid) +
+                        ", to whom the repository belongs: what this check says of rights may not hold for the server",
+                    "run it as root, or as the server's user");
+    } else if (identityFault.empty()) {
         report.good("user", user);
     } else {
         report.note("user", user + ", who may do more than the server's user: " + identityFault,
@@ -61,6 +77,7 @@ std::string rendered(const CheckReport& report, const CheckOptions& options) {
 
 int checkEnvironment(const CheckOptions& options) {
     CheckReport report;
+    showWhetherSet(report);
     showUser(report, options.identityFault);
     lookAtAll(report);
     printf("%s", rendered(report, options).c_str());

@@ -16,6 +16,13 @@ struct Needs {
     Rights rights;
 };
 
+/** Why the text is no process; empty when it is one, be it there or not. */
+std::string mustBeProcess(const std::string& text) {
+    return text.find_first_not_of("0123456789") == std::string::npos
+               ? ""
+               : "takes the number of a process, not " + text + "; while the server is down, use --env-file FILE";
+}
+
 CLI::App* addCommand(CLI::App& app, Request& request, const char* name, const char* text, const Needs& needs,
                      const std::function<int()>& run) {
     CLI::App* added = app.add_subcommand(name, text);
@@ -29,8 +36,8 @@ CLI::App* addCommand(CLI::App& app, Request& request, const char* name, const ch
         ->option_text("USER")
         ->group(group);
     added->add_option("--env-of", request.process, "take the environment variables of this process")
-        ->option_text("PID")
-        ->check(CLI::NonNegativeNumber)
+        ->type_name("PID")
+        ->check(mustBeProcess)
         ->group(group);
     added->add_option("--env-file", request.environmentFiles, "take them from this file, as systemd reads it")
         ->option_text("FILE")

@@ -106,15 +106,17 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
         const bool isProcess = !process.empty() && &path == &paths.front();
         merge(settings, isProcess ? parseProcessEnvironment(*text) : parseEnvironmentFile(*text));
     }
+    bool any = false;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
         const auto found = settings.find(variable.name);
+        any = any || found != settings.end();
         if (found == settings.end()) {
             unsetenv(variable.name);
         } else {
             setenv(variable.name, found->second.c_str(), 1);
         }
     }
-    return "";
+    return any ? "" : paths.front() + " has none of the server's variables";
 }
 
 std::string variableFault(const char* variable) {
