@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <iterator>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <unistd.h>
