@@ -21,7 +21,8 @@ public:
 
     void apply(const Call& call) {
         const bool file = call.place == TEMPORARY, sync = call.op == FSYNC;
-        if (call.place == LOCK || (call.error != 0 && (!sync || file || call.error != EINVAL))) { return; }
+        const bool done = call.error == 0 || call.error == EEXIST || (sync && !file && call.error == EINVAL);
+        if (call.place == LOCK || !done) { return; }
         if (call.op == WRITE) { text += call.argument; }
         const std::string moved = live.count(call.path) != 0 ? live[call.path] : "";
         const auto change = [&](State& state) {

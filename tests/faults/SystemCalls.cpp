@@ -19,11 +19,12 @@ static int pass(Op op, const char* name, const std::string& path, const std::str
     const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
     const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
     if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
-    ssize_t result = error <= 0 || op == CLOSE ? work(error == SHORT ? 2 : 1) : -1; // a descriptor goes anyway
+    const bool done = error <= 0 || error == EEXIST || op == CLOSE; // by somebody else; a descriptor goes anyway
+    ssize_t result = done ? work(error == SHORT ? 2 : 1) : -1;
     if (error > 0) { result = -1, errno = error; }
     if ((op == OPEN || op == OPENDIR) && result >= 0) { openFiles[static_cast<int>(result)] = path; }
-    const std::string& done = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
-    trace.push_back({op, name, places[path], path, done, error > 0, result < 0 ? errno : 0});
+    const std::string& written = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
+    trace.push_back({op, name, places[path], path, written, error > 0, result < 0 ? errno : 0});
     return static_cast<int>(result);
 }
 

@@ -26,7 +26,7 @@ struct Call {
 struct Plan {
     enum How { NOTHING, ONCE, SAME, ALL, KILL } how;
     size_t at;
-    int error; ///< errno or SHORT
+    int error; ///< errno or SHORT; EEXIST: somebody else has just done it
 };
 constexpr int SHORT = -1; ///< half of what was asked for is read or written
 

@@ -56,10 +56,10 @@ const struct Rule {
     {OPEN, RECORD | LIST, NOT_OPENED},
     {READ, RECORD | LIST, NOT_READ, EINTR},
     {OPENDIR | READDIR | FSTAT, INFO | RECORD | LIST, NOT_READ}, // of a cluster
-    {MKDIR, STUDY, NOT_MADE},
+    {MKDIR, STUDY, NOT_MADE, EEXIST},
     {OPEN, ROOT, NOT_MADE},
     {FSYNC, ROOT, NOT_MADE, EINVAL},
-    {MKDIR, INFO, "Unknown Exception: [1] Could not create info directory <path> [<number>: <text>]"},
+    {MKDIR, INFO, "Unknown Exception: [1] Could not create info directory <path> [<number>: <text>]", EEXIST},
     {LSTAT, RECORD, UNREAD},
     {OPEN, STUDY | INFO, NOT_WRITTEN},
     {FSYNC, STUDY | INFO, NOT_WRITTEN, EINVAL},
@@ -188,6 +188,7 @@ TEST_P(Faults, EveryCallFails) {
             const bool triesForEver = error == EINTR && (plain[at].op == READ || plain[at].op == WRITE);
             if (!triesForEver) { attempt({Plan::SAME, at, error}); }
         }
+        if (plain[at].op == MKDIR) { attempt({Plan::ONCE, at, EEXIST}); }
         attempt({Plan::ALL, at, ENOSPC}); // not the error of the later ones
     }
 }
