@@ -57,14 +57,17 @@ void showUser(CheckReport& report, const std::string& identityFault) {
 
 void lookAtAll(CheckReport& report) {
     constexpr char MOUNT_REMEDY[] = "see whether its file system is reachable, above all its NFS server";
-    checkApart(report,
-               {{"REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository},
-                {"LOCK_VAR", MOUNT_REMEDY, checkLockDirectory},
-                {"mounts", MOUNT_REMEDY, checkMounts},
-                {"REPOSITORY_HANDLER_HOME", "the server's calls meet the same: have the plug-in repaired", checkPlugin},
-                {"database", "see that the server is reachable and not overloaded", checkDatabase},
-                {"system log", "restart the system log", checkSystemLog},
-                {"ps", "try again", checkSnapshot}});
+    checkApart(
+        report,
+        {{"REPOSITORY_DICOM_DATA", MOUNT_REMEDY, checkRepository},
+         {"LOCK_VAR", MOUNT_REMEDY, checkLockDirectory},
+         {"mounts", MOUNT_REMEDY, checkMounts},
+         {"REPOSITORY_HANDLER_HOME", "the server's calls meet the same: have the plug-in repaired", checkPlugin},
+         {"database",
+          "see that the server is reachable and not overloaded: calls on new studies hang there and hold their locks",
+          checkDatabase},
+         {"system log", "restart the system log", checkSystemLog},
+         {"ps", "try again", checkSnapshot}});
     showOthers(report);
 }
 

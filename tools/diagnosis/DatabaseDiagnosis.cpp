@@ -19,8 +19,8 @@ struct Remedy {
 constexpr char REACH[] = "see that the server runs, and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, lead "
                          "to it";
 constexpr char CONNECT[] =
-    "let the user of ARQ_USER connect from this machine without a password; if it may, the server "
-    "perhaps wants TLS (require_secure_transport): use its socket (MYSQL_UNIX_PORT)";
+    "let the user of ARQ_USER connect from this machine without a password; if it may, the server perhaps wants TLS "
+    "(SHOW VARIABLES LIKE 'require_secure_transport'): use its socket (MYSQL_UNIX_PORT)";
 constexpr char READ[] = "let the user of ARQ_USER read both tables: GRANT SELECT";
 
 constexpr Remedy REMEDIES[] = {
