@@ -66,6 +66,13 @@ TEST(CheckSpace, TellsFullFromNearlyFull) {
     }
 }
 
+TEST(CheckDirectories, KnowsWhatLiesInWhat) {
+    for (const char* directory : {"/", "/a", "/a/b"}) { EXPECT_TRUE(liesIn("/a/b", directory)) << directory; }
+    for (const char* directory : {"/a/b/c", "/a/", "/ab", "/b"}) {
+        EXPECT_FALSE(liesIn("/a/b", directory)) << directory;
+    }
+}
+
 TEST(CheckDirectories, TellsWhatToDoByTheReason) {
     const char *away = "repair the mount, or the server behind it",
                *full = "free space and inodes there, or raise the quota";
