@@ -2,6 +2,7 @@
 
 #include "bulk/StudyList.h"
 #include "locks/LockFiles.h"
+#include "process/ServerEnvironment.h"
 #include "support/QXException.h"
 #include "terminal/Text.h"
 
@@ -29,6 +30,20 @@ bool namesStudy(const CLI::App& command, const Words& words) {
         }
     }
     return false;
+}
+
+/** Takes over the environment that the line names so far, as the command would. */
+void takeTypedEnvironment(const Words& words) {
+    std::string process;
+    Words files;
+    for (size_t i = 1; i + 1 < words.size(); ++i) {
+        if (words[i - 1] == "--env-of") {
+            process = words[i];
+        } else if (words[i - 1] == "--env-file") {
+            files.push_back(words[i]);
+        }
+    }
+    takeEnvironment(process, files);
 }
 
 Words lockedStudies() {
@@ -82,6 +97,7 @@ int complete(const Words& words) {
     CLI::App app;
     describeCommands(app, unused);
     const std::string begun = words.empty() ? "" : words.back();
+    takeTypedEnvironment(words);
     try {
         for (const std::string& candidate : candidates(app, words)) {
             // A name that could steer the terminal has to be typed.
