@@ -1,4 +1,5 @@
 #include "check/CheckApart.h"
+#include "check/CheckMounts.h"
 #include "check/CheckOutput.h"
 #include "check/Directories.h"
 #include "check/SystemLog.h"
@@ -63,6 +64,30 @@ TEST(CheckSpace, TellsFullFromNearlyFull) {
         checkSpace(report, "X", state);
         EXPECT_EQ(report.worst(), row.worst) << row.name;
         EXPECT_EQ(report.findings().empty() ? "" : report.findings().front().text, row.text) << row.name;
+    }
+}
+
+TEST(CheckMounts, KnowsTheOptionsThatGoWrong) {
+    const struct {
+        const char *type, *source, *options, *shown, *text; ///< options: where the client shows them
+    } rows[] = {
+        {"fuse.glusterfs", "", "/.meta/cmdline", "x --negative-timeout=0.5", " remembers missing names: "},
+        {"fuse.glusterfs", "", "/.meta/cmdline", "use-readdirp=no", " learns no names from listings: "},
+        {"fuse.glusterfs", "", "/.meta/cmdline", "use-readdirp=yes negative-timeout=0", " has options that suit"},
+        {"fuse.glusterfs", "", "/.params", "mfsnegentrycacheto: 1", " does not show its options"},
+        {"fuse", "mfs#h:9", "/.params", "mfsnegentrycacheto: 1.000000", " remembers missing names: "},
+        {"xfuse", "mfs#h:9", "/.params", "mfsnegentrycacheto: 1", ""},
+        {"nfs4", "h:/", "/.params", "", " remembers names, "},
+        {"nfs4", "h:/lookupcache=none", "/.params", "", ""},
+    };
+    for (const auto& row : rows) {
+        const Workplace place;
+        Workplace::write(place.root + row.options, row.shown);
+        CheckReport report;
+        checkMount(report, "X", {place.root, row.source, row.type, row.source});
+        const std::string found = report.findings().empty() ? "" : report.findings().front().text;
+        EXPECT_EQ(found.empty(), *row.text == '\0') << found;
+        EXPECT_NE(found.find(row.text), std::string::npos) << row.shown << ": " << found;
     }
 }
 

@@ -1,5 +1,5 @@
-#include "check/CheckReport.h"
-#include "check/Directories.h"
+#include "check/CheckMounts.h"
+
 #include "storestate/FreshLook.h"
 
 #include <cstdlib>
@@ -66,6 +66,8 @@ bool checkClient(CheckReport& report, const std::string& subject, const Mount& m
     return known;
 }
 
+} // namespace
+
 void checkMount(CheckReport& report, const std::string& subject, const Mount& mount) {
     const bool nfs = beginsWith(mount.type, "nfs");
     if (!checkClient(report, subject, mount) && nfs && mount.options.find("lookupcache=none") == std::string::npos) {
@@ -73,8 +75,6 @@ void checkMount(CheckReport& report, const std::string& subject, const Mount& mo
                     "where several hosts work on the same studies, mount it with lookupcache=none");
     }
 }
-
-} // namespace
 
 void checkMounts(CheckReport& report) {
     const std::string repository = realPath(setting("REPOSITORY_DICOM_DATA"));
