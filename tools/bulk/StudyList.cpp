@@ -1,43 +1,19 @@
 #include "bulk/StudyList.h"
 
-#include "storestate/StudyPaths.h"
+#include "bulk/StudyWalk.h"
 #include "support/QXException.h"
 #include "terminal/Text.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <iterator>
 
 namespace storestate {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
 constexpr char BLANKS[] = " \t\r";
-constexpr int DEPTH = 3;
-constexpr char FOUND_BY_FSCK[] = "lost+found"; ///< on every ext4 file system; only root looks into it
-
-void search(const fs::path& directory, int depth, StudiesFound& found) {
-    std::error_code error;
-    for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
-        std::error_code none;
-        const fs::path& path = entry->path();
-        if (path.filename() == FOUND_BY_FSCK || !entry->is_directory(none)) {
-            continue;
-        }
-        if (fs::is_directory(infoDirectoryPath(path.c_str()).c_str(), none)) {
-            found.studies.push_back(path.filename());
-        } else if (depth > 1) {
-            search(path, depth - 1, found);
-        }
-    }
-    if (error) {
-        found.unreadable.push_back(directory.string() + ": " + error.message());
-    }
-}
 
 } // namespace
 
@@ -69,9 +45,12 @@ std::vector<std::string> collectStudies(const std::vector<std::string>& argument
 }
 
 StudiesFound findStudies() {
-    StudiesFound found;
     const char* root = getenv("REPOSITORY_DICOM_DATA");
-    search(root != nullptr ? root : "", DEPTH, found);
+    const StudyWalk walk = walkStudies(root != nullptr ? root : "");
+    StudiesFound found = {{}, walk.unreadable};
+    for (const std::string& path : walk.studies) {
+        found.studies.push_back(path.substr(path.rfind('/') + 1));
+    }
     std::sort(found.studies.begin(), found.studies.end());
     return found;
 }

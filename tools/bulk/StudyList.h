@@ -23,8 +23,7 @@ struct StudiesFound {
 };
 
 /**
- * The studies below REPOSITORY_DICOM_DATA, sorted: each directory with an information directory, under its own name, at
- * most three levels down, which is where plug-ins put them.
+ * The studies below REPOSITORY_DICOM_DATA, sorted: each directory that walkStudies() finds, under its own name.
  */
 StudiesFound findStudies();
 

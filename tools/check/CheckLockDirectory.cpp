@@ -103,19 +103,15 @@ void checkOldLocks(CheckReport& report) {
         report.unknown("locks", failure.message, "let the server's user list " + setting(VARIABLE));
         return;
     }
-    size_t old = 0;
-    while (old < locks.size() && locks[old].ageSeconds >= OLD_SECONDS) {
-        ++old;
-    }
+    const std::vector<LockFile> old = olderThan(locks, OLD_SECONDS);
     const std::string held = std::to_string(locks.size()) + " held";
-    if (old == 0) {
+    if (old.empty()) {
         report.good("locks", held);
         return;
     }
-    const LockFile& oldest = locks.front();
     report.note("locks",
-                held + ", " + std::to_string(old) + " for over " + ageText(OLD_SECONDS) + ", the oldest for " +
-                    ageText(oldest.ageSeconds) + " by " + oldest.user + ": " + oldest.study,
+                held + ", " + std::to_string(old.size()) + " for over " + ageText(OLD_SECONDS) + ", the oldest " +
+                    holderText(old.front()) + ": " + old.front().study,
                 "storestate locks --older-than 10m; storestate unlock those whose process is gone");
 }
 

@@ -1,6 +1,5 @@
+#include "bulk/StudyWalk.h"
 #include "check/CheckReport.h"
-#include "check/StudySurvey.h"
-
 #include "diagnosis/PluginDiagnosis.h"
 #include "repository/EntryPoints.h"
 #include "repository/PluginLoader.h"
@@ -96,8 +95,8 @@ void tryOnNothing(CheckReport& report) {
 }
 
 void tryCalls(CheckReport& report) {
-    const StudySurvey survey = surveyStudies(setting(REPOSITORY), LOOKS);
-    for (const std::string& directory : survey.studies) {
+    const StudyWalk walk = walkStudies(setting(REPOSITORY), LOOKS);
+    for (const std::string& directory : walk.studies) {
         const std::string study = fs::path(directory).filename().string();
         const PluginAnswer answer = askLocation(study);
         if (!succeeded(report, "getLocation_", answer)) {
@@ -111,12 +110,12 @@ void tryCalls(CheckReport& report) {
     if (!succeeded(report, "getLocation_", askLocation("storestate-check"))) {
         return;
     }
-    if (survey.studies.empty()) {
+    if (walk.studies.empty()) {
         report.good("getLocation_", "answers; no study was found to ask for");
     } else {
         report.note("getLocation_",
-                    "knows none of the " + std::to_string(survey.studies.size()) +
-                        " directories with records that were looked at, such as " + survey.studies.front(),
+                    "knows none of the " + std::to_string(walk.studies.size()) +
+                        " directories with records that were looked at, such as " + walk.studies.front(),
                     "fine if the plug-in does not name directories after studies; otherwise it is the wrong one");
     }
     tryOnNothing(report);

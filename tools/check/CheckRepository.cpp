@@ -1,27 +1,42 @@
+#include "bulk/StudyWalk.h"
 #include "check/CheckReport.h"
 #include "check/Directories.h"
-#include "check/StudySurvey.h"
+#include "record/TemporaryRecords.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
+#include <iterator>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace storestate {
 namespace {
 
 constexpr char VARIABLE[] = "REPOSITORY_DICOM_DATA";
-constexpr size_t LOOKS = 1000; ///< directories; a whole archive is for `storestate verify`
+constexpr size_t LOOKS = 1000;         ///< directories; a whole archive is for `storestate verify`
+constexpr int64_t WRITE_SECONDS = 600; ///< no call writes that long
+
+bool isOld(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 && time(nullptr) - status.st_mtime >= WRITE_SECONDS;
+}
 
 void checkStudies(CheckReport& report, const std::string& root) {
-    const StudySurvey survey = surveyStudies(root, LOOKS);
-    if (survey.empty) {
+    const StudyWalk walk = walkStudies(root, LOOKS);
+    if (walk.empty) {
         report.note(VARIABLE, root + " holds no study",
                     "fine for a new archive; otherwise mount the archive: an empty mount point looks the same");
     }
-    if (!survey.temporaries.empty()) {
+    std::vector<std::string> left;
+    for (const std::string& study : walk.studies) {
+        const std::vector<std::string> temporaries = temporaryRecords(study);
+        std::copy_if(temporaries.begin(), temporaries.end(), std::back_inserter(left), isOld);
+    }
+    if (!left.empty()) {
         report.note("temporary files",
-                    std::to_string(survey.temporaries.size()) + " left by processes that died, such as " +
-                        survey.temporaries.front(),
+                    std::to_string(left.size()) + " left by processes that died, such as " + left.front(),
                     "storestate verify finds all of them; they can be deleted");
     }
 }

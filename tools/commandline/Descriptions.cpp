@@ -18,9 +18,10 @@ struct Needs {
 
 /** Why the text is no process; empty when it is one, be it there or not. */
 std::string mustBeProcess(const std::string& text) {
-    return text.find_first_not_of("0123456789") == std::string::npos
+    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber
                ? ""
-               : "takes the number of a process, not " + text + "; while the server is down, use --env-file FILE";
+               : "takes the number of a process, not \"" + text + "\"; while the server is down, use --env-file FILE";
 }
 
 CLI::App* addCommand(CLI::App& app, Request& request, const char* name, const char* text, const Needs& needs,

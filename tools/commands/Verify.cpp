@@ -11,7 +11,6 @@
 #include "storestate/RecordFormat.h"
 #include "terminal/Terminal.h"
 
-#include <filesystem>
 #include <map>
 
 namespace storestate {
@@ -107,26 +106,22 @@ private:
     }
 
     void lookForLock(const std::string& study) {
-        const std::optional<LockFile> lock = findLock(study);
-        if (lock.has_value()) {
-            ++locked;
-            remarks.push_back("locked: " + holderText(*lock));
+        try {
+            const std::optional<LockFile> lock = findLock(study);
+            if (lock.has_value()) {
+                ++locked;
+                remarks.push_back("locked: " + holderText(*lock));
+            }
+        } catch (const QXException& failure) {
+            remarks.push_back("cannot be locked: " + explained(failure, study));
         }
     }
 
     /** What a process that was killed while it saved has left. */
     void lookForTemporaryFiles(const StoredRecord& record) {
-        namespace fs = std::filesystem;
-        const fs::path path = record.path;
-        const std::string begin = path.filename().string() + ".";
-        std::error_code none;
-        for (const fs::directory_entry& entry : fs::directory_iterator(path.parent_path(), none)) {
-            const std::string name = entry.path().filename();
-            if (name.compare(0, begin.size(), begin) == 0 &&
-                name.find_first_not_of("0123456789", begin.size()) == std::string::npos) {
-                ++temporaryFiles;
-                remarks.push_back("temporary file left: " + entry.path().string());
-            }
+        for (const std::string& path : temporaryRecords(record.directory)) {
+            ++temporaryFiles;
+            remarks.push_back("temporary file left: " + path);
         }
     }
 

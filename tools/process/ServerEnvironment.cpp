@@ -15,6 +15,8 @@ namespace {
 
 constexpr char BLANKS[] = " \t\r\n";
 
+std::string source; ///< where the environment was taken from; empty: it is that of the caller
+
 std::optional<std::string> readFile(const std::string& path) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
@@ -106,6 +108,7 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
         const bool isProcess = !process.empty() && &path == &paths.front();
         merge(settings, isProcess ? parseProcessEnvironment(*text) : parseEnvironmentFile(*text));
     }
+    source = paths.front() + (paths.size() > 1 ? " and more" : "");
     bool any = false;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
         const auto found = settings.find(variable.name);
@@ -116,7 +119,7 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
             setenv(variable.name, found->second.c_str(), 1);
         }
     }
-    return any ? "" : paths.front() + " has none of the server's variables";
+    return any ? "" : source + " has none of the server's variables";
 }
 
 std::string variableFault(const char* variable) {
@@ -132,7 +135,9 @@ std::string missingVariables(const std::vector<std::string>& names) {
             missing += std::string(variable.name) + " (" + variable.meaning + ") is " + fault + "; ";
         }
     }
-    return missing.empty() ? "" : missing + "take it from the server with --env-of PID or --env-file FILE";
+    return missing.empty()  ? ""
+           : source.empty() ? missing + "take it from the server with --env-of PID or --env-file FILE"
+                            : missing + source + " does not set it: the server lacks it, too";
 }
 
 } // namespace storestate
