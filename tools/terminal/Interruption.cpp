@@ -11,12 +11,15 @@ constexpr int SIGNALS[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile sig_atomic_t noted = 0;
 
-/** What hangs is not waited for in silence. */
+/** What hangs is not waited for in silence, nor beyond a second signal. */
 void note(int number) {
-    constexpr char TEXT[] =
-        "storestate: interrupted: the study in hand is finished first; a second signal ends at once, "
-        "and may leave its lock.\n";
+    constexpr char TEXT[] = "storestate: interrupted; a second signal ends at once, and may leave a lock.\n";
     const int error = errno;
+    if (noted != 0) {
+        ::signal(number, SIG_DFL);
+        raise(number);
+        return;
+    }
     noted = number;
     static_cast<void>(!write(STDERR_FILENO, TEXT, sizeof TEXT - 1));
     errno = error;
@@ -28,7 +31,7 @@ Interruption::Interruption() {
     noted = 0;
     struct sigaction action = {};
     action.sa_handler = note;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+    action.sa_flags = SA_RESTART;
     for (const int number : SIGNALS) {
         struct sigaction before = {};
         sigaction(number, &action, &before);
