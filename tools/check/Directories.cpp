@@ -17,6 +17,14 @@ bool isScarce(fsfilcnt_t left, fsfilcnt_t total) {
     return left < total / 100 * SCARCE_PERCENT;
 }
 
+bool hasNoSpace(const struct statvfs& state) {
+    return state.f_blocks > 0 && state.f_bavail == 0;
+}
+
+bool hasNoInodes(const struct statvfs& state) {
+    return state.f_files > 0 && state.f_favail == 0;
+}
+
 /** The mount is there, but what it leads to is not. */
 bool isAway(int error) {
     return error == EIO || error == ESTALE || error == ENOTCONN || error == ETIMEDOUT || error == EHOSTDOWN;
@@ -80,18 +88,22 @@ std::string fileSystem(const std::string& path) {
     return mount.type + (version != nullptr ? " " + std::string(version, strcspn(version, ",")) : "");
 }
 
+bool isFull(const struct statvfs& state) {
+    return hasNoSpace(state) || hasNoInodes(state);
+}
+
 void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state) {
     const std::string path = setting(variable);
     const std::string remedy = "free some: new records and locks are small files";
     const std::string inodeRemedy = "delete files that nobody needs, however small, or make the file system larger";
     const std::string left = std::to_string(state.f_bavail * state.f_frsize / 1048576) + " MiB";
     const bool counted = state.f_files > 0; // some file systems do not count inodes
-    if (state.f_blocks > 0 && state.f_bavail == 0) {
+    if (hasNoSpace(state)) {
         report.bad(variable, path + ": the disk is full", remedy);
     } else if (isScarce(state.f_bavail, state.f_blocks)) {
         report.note(variable, path + ": the disk is nearly full: " + left + " left", remedy);
     }
-    if (counted && state.f_favail == 0) {
+    if (hasNoInodes(state)) {
         report.bad(variable, path + ": the file system has no inodes left", inodeRemedy);
     } else if (counted && isScarce(state.f_favail, state.f_files)) {
         report.note(variable, path + ": the file system has only " + std::to_string(state.f_favail) + " inodes left",

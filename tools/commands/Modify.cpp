@@ -1,3 +1,4 @@
+#include "check/Directories.h"
 #include "commands/Commands.h"
 #include "commands/Failure.h"
 #include "commands/StudyWork.h"
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <utility>
 
 namespace storestate {
 namespace {
@@ -61,23 +63,20 @@ void applyOptions(StoreState& state, const std::vector<std::string>& options) {
     }
 }
 
-/** Why a file system that takes no new file would fail the call; empty when it takes some. */
 std::string spaceFault(const std::string& directory) {
     struct statvfs space;
-    const bool isFull = statvfs(directory.c_str(), &space) == 0 &&
-                        ((space.f_blocks > 0 && space.f_bavail == 0) || (space.f_files > 0 && space.f_favail == 0));
-    return isFull ? directory + ": " + strerror(ENOSPC) : "";
+    return statvfs(directory.c_str(), &space) == 0 && isFull(space) ? directory + ": " + strerror(ENOSPC) : "";
 }
 
 /** Says why saving would fail for reasons outside the record. */
 int reportObstacles(const ModifyRequest& request, const StoredRecord& record) {
-    std::vector<std::string> directories = {writingDirectory(record)};
+    std::vector<std::pair<std::string, int>> directories = {{writingDirectory(record), TO_SAVE}};
     if (!request.lockHeld) {
-        directories.push_back(record.state.semaphore.lockDir);
+        directories.emplace_back(record.state.semaphore.lockDir, TO_LOCK);
     }
     int status = request.lockHeld ? STATUS_DONE : reportLock(request.study);
-    for (const std::string& directory : directories) {
-        const std::string denied = writingFault(directory);
+    for (const auto& [directory, rights] : directories) {
+        const std::string denied = accessFault(directory, rights);
         const std::string fault = denied.empty() ? spaceFault(directory) : denied;
         if (!fault.empty()) {
             status = combined(status, complain(request.study, "Writing would fail: " + fault, STATUS_FAILED));

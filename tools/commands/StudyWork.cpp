@@ -70,17 +70,12 @@ std::string writingDirectory(const StoredRecord& record) {
                                              : record.directory;
 }
 
-std::string writingFault(const std::string& directory) {
-    return access(directory.c_str(), W_OK | X_OK) != 0 ? directory + ": " + strerror(errno) : "";
-}
-
-std::string foreignPart(const StoredRecord& record) {
-    const std::string ofDirectory = record.directory.empty() ? "" : foreignOwner(record.directory);
-    return ofDirectory.empty() && !record.path.empty() ? foreignOwner(record.path) : ofDirectory;
+std::string accessFault(const std::string& directory, int rights) {
+    return access(directory.c_str(), rights) != 0 ? directory + ": " + strerror(errno) : "";
 }
 
 int prepareWriting(const StoredRecord& record) {
-    const std::string foreign = foreignPart(record);
+    const std::string foreign = foreignPart(record.directory);
     if (!foreign.empty()) {
         return complain(record.state.studyId.c_str(), foreign, STATUS_FAILED);
     }

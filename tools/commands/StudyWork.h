@@ -7,6 +7,8 @@
 #include "record/StoredRecord.h"
 #include "storestate/StoreState.h"
 
+#include <unistd.h>
+
 namespace storestate {
 
 /**
@@ -27,11 +29,11 @@ int complainAboutUnreadable(const StudiesFound& found, const std::string& comman
 /** Where a save would begin to write: the deepest of the study's directories that is there, or the root. */
 std::string writingDirectory(const StoredRecord& record);
 
-/** Why nothing can be written in the directory; empty when something can. */
-std::string writingFault(const std::string& directory);
+/** Why the program lacks these rights (as access() takes them) to the directory; empty when it has them. */
+std::string accessFault(const std::string& directory, int rights);
 
-/** Which part of the study belongs to somebody else; empty when none does. */
-std::string foreignPart(const StoredRecord& record);
+constexpr int TO_LOCK = W_OK | X_OK;        ///< in the lock directory
+constexpr int TO_SAVE = R_OK | W_OK | X_OK; ///< in a study's; what is written there is synced, for which it is opened
 
 /** Whose the study is permits to write it; makes new files fit to it. Returns STATUS_DONE or the exit status. */
 int prepareWriting(const StoredRecord& record);

@@ -5,6 +5,7 @@
 #include "commands/StudyWork.h"
 #include "diagnosis/Explanation.h"
 #include "locks/LockFiles.h"
+#include "process/Identity.h"
 #include "record/StoredRecord.h"
 #include "record/TemporaryRecords.h"
 #include "storestate/DeviceSetFiller.h"
@@ -40,12 +41,11 @@ public:
             remarks.push_back(explained(failure, study));
         }
         ++counts[kind];
-        const bool writable = isWritable(record);
-        lookForLock(study);
+        const bool usable = lookForLock(study) && isWritable(record);
         lookForTemporaryFiles(record);
         print(study);
-        const bool inOrder = (kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY) && writable;
-        return inOrder ? STATUS_DONE : kind == WITHOUT_RECORD && writable ? STATUS_EXISTENCE : STATUS_FAILED;
+        const bool inOrder = (kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY) && usable;
+        return inOrder ? STATUS_DONE : kind == WITHOUT_RECORD && usable ? STATUS_EXISTENCE : STATUS_FAILED;
     }
 
     void printCounts(size_t all) const {
@@ -96,8 +96,8 @@ private:
     }
 
     bool isWritable(const StoredRecord& record) {
-        const std::string foreign = foreignPart(record);
-        const std::string fault = foreign.empty() ? writingFault(writingDirectory(record)) : foreign;
+        const std::string foreign = foreignPart(record.directory);
+        const std::string fault = foreign.empty() ? accessFault(writingDirectory(record), TO_SAVE) : foreign;
         if (!fault.empty()) {
             ++notWritable;
             remarks.push_back("cannot be saved: " + fault);
@@ -105,7 +105,8 @@ private:
         return fault.empty();
     }
 
-    void lookForLock(const std::string& study) {
+    /** False: nobody could take the study's lock either. */
+    bool lookForLock(const std::string& study) {
         try {
             const std::optional<LockFile> lock = findLock(study);
             if (lock.has_value()) {
@@ -114,11 +115,16 @@ private:
             }
         } catch (const QXException& failure) {
             remarks.push_back("cannot be locked: " + explained(failure, study));
+            return false;
         }
+        return true;
     }
 
     /** What a process that was killed while it saved has left. */
     void lookForTemporaryFiles(const StoredRecord& record) {
+        if (record.directory.empty()) {
+            return;
+        }
         for (const std::string& path : temporaryRecords(record.directory)) {
             ++temporaryFiles;
             remarks.push_back("temporary file left: " + path);

@@ -21,7 +21,7 @@ constexpr char REACH[] = "see that the server runs, and that MYSQL_UNIX_PORT, or
 constexpr char CONNECT[] =
     "let the user of ARQ_USER connect from this machine without a password; if it may, the server perhaps wants TLS "
     "(SHOW VARIABLES LIKE 'require_secure_transport'): use its socket (MYSQL_UNIX_PORT)";
-constexpr char READ[] = "let the user of ARQ_USER read both tables: GRANT SELECT";
+constexpr char READ[] = "see that DBNAME is right, and let the user of ARQ_USER read both tables: GRANT SELECT";
 
 constexpr Remedy REMEDIES[] = {
     {2002, REACH},

@@ -2,8 +2,10 @@
 
 #include "diagnosis/DatabaseDiagnosis.h"
 #include "diagnosis/PluginDiagnosis.h"
+#include "process/Identity.h"
 #include "support/QXSemaphore.h"
 
+#include <cerrno>
 #include <string_view>
 
 namespace storestate {
@@ -86,7 +88,10 @@ std::string explained(const QXException& failure, const std::string& study) {
     if (startsWith(text, NOISE)) {
         text.erase(0, NOISE.size());
     }
-    const std::string why = reason(failure.message, study);
+    std::string why = reason(failure.message, study);
+    if (why.empty() && failure.errorNumber == EACCES) {
+        why = foreignPart(askLocation(study).directory);
+    }
     return why.empty() ? text : text + ": " + why;
 }
 

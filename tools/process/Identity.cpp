@@ -1,6 +1,7 @@
 #include "process/Identity.h"
 
 #include "process/Users.h"
+#include "storestate/StudyPaths.h"
 #include "terminal/Text.h"
 
 #include <cerrno>
@@ -39,6 +40,17 @@ std::string become(const User& user) {
     return "";
 }
 
+/** Who else owns the file, after root was given up. */
+std::string otherOwner(const std::string& path) {
+    struct stat status;
+    const bool isOther = rootGivenUp && lstat(path.c_str(), &status) == 0 && status.st_uid != geteuid();
+    return isOther ? userName(status.st_uid) : "";
+}
+
+std::string belonging(const std::string& path, const std::string& owner) {
+    return path + " belongs to " + owner + ", not to " + userName(geteuid());
+}
+
 std::string becomeOwner() {
     const char* root = getenv("REPOSITORY_DICOM_DATA");
     struct stat status;
@@ -74,14 +86,23 @@ std::string takeIdentity(const std::string& user) {
 }
 
 std::string foreignOwner(const std::string& path) {
-    struct stat status;
-    if (!rootGivenUp || lstat(path.c_str(), &status) != 0 || status.st_uid == geteuid()) {
+    const std::string owner = otherOwner(path);
+    return owner.empty() ? "" : belonging(path, owner) + ": --as " + owner + " if that is right";
+}
+
+std::string foreignPart(const std::string& studyDirectory) {
+    if (studyDirectory.empty()) {
         return "";
     }
-    const std::string owner = userName(status.st_uid);
-    const std::string user = userName(geteuid());
-    return path + " belongs to " + owner + ", not to " + user + ": chown " + user + " " + shellWord(path) +
-           ", or --as " + owner + " if that is right";
+    const OFString directory = studyDirectory.c_str();
+    for (const OFString& path : {directory, infoDirectoryPath(directory), recordPath(directory)}) {
+        const std::string owner = otherOwner(path.c_str());
+        if (!owner.empty()) {
+            return belonging(path.c_str(), owner) + ": chown -R " + userName(geteuid()) + ": " +
+                   shellWord(studyDirectory) + ", or --as " + owner + " if that is right";
+        }
+    }
+    return "";
 }
 
 mode_t fittingUmask(mode_t mode) {

@@ -23,6 +23,9 @@ std::string takeIdentity(const std::string& user);
  */
 std::string foreignOwner(const std::string& path);
 
+/** The same of the study's directory, its information directory and its record: which of them is somebody else's. */
+std::string foreignPart(const std::string& studyDirectory);
+
 /** The umask of a process whose files have this mode: what it takes from group and others. */
 mode_t fittingUmask(mode_t mode);
 
