@@ -138,7 +138,7 @@ TEST(Tool, TellsDamageFromTheEarlierGeneration) {
         {damaged + "its last line, Folder=, lacks the closing quote.", {"x=\"1\"\n Folder=\n \n#\n"}},
         {damaged + "its last line, Folder=\"F, lacks the closing quote.", {"Folder=\"F\n"}},
         {damaged + "it has NUL characters.", {"Version=\"1\"\n\0"s}},
-        {"The record is of version 2, with keys that are not known here: New=\"1\"", {"Version=\"2\"\nNew=\"1\"\n"}},
+        {"The record is of version 2, with keys that are not known here: New=\"1\".", {"Version=\"2\"\nNew=\"1\"\n"}},
     };
     for (const auto& [wanted, texts] : rows) {
         for (const string& text : texts) {

@@ -29,7 +29,7 @@ void showOthers(CheckReport& report) {
     }
 }
 
-/** Somebody has forgotten to name the server rather than eight variables. */
+/** That is one thing forgotten, to name the server, rather than a dozen. */
 void showWhetherSet(CheckReport& report) {
     if (std::all_of(std::begin(ENVIRONMENT), std::end(ENVIRONMENT),
                     [](const EnvironmentVariable& variable) { return getenv(variable.name) == nullptr; })) {

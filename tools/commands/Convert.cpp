@@ -24,7 +24,7 @@ struct Counts {
     size_t failed = 0;
 };
 
-/** Keeps a damaged record under a second name, which tells the time. */
+/** Keeps a damaged record under a second name, which tells the time; returns that. */
 std::string keepOriginal(const std::string& path) {
     char date[32];
     const time_t now = time(nullptr);
@@ -93,7 +93,7 @@ private:
             printRemark(study, "The original is kept as " + keepOriginal(current.path));
         }
         state.useLock = true; // to be given back
-        saveOrThrow(state);
+        saveOrThrow(state, current);
     }
 
     const ConvertRequest& request;

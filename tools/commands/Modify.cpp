@@ -112,14 +112,14 @@ int tryModification(const ModifyRequest& request, const StoredRecord& record, bo
     return reportObstacles(request, record);
 }
 
-int modify(const ModifyRequest& request, StoreState& state) {
+int modify(const ModifyRequest& request, StoreState& state, const StoredRecord& before) {
     state.useLock = false; // it is taken already, or the caller's
     if (!loadForModify(state, request.existenceMode)) {
         return complain(request.study, "The record came or went just now.", STATUS_EXISTENCE);
     }
     applyOptions(state, request.options);
     state.useLock = !request.lockHeld; // to be given back
-    saveOrThrow(state);
+    saveOrThrow(state, before);
     return STATUS_DONE;
 }
 
@@ -152,7 +152,7 @@ int lookAndModify(const ModifyRequest& request) {
         return status;
     }
     exists = access(record.path.c_str(), F_OK) == 0;
-    status = modify(request, state);
+    status = modify(request, state, record);
     if (status == STATUS_DONE && !exists && request.existenceMode == RECORD_MAY_EXIST) {
         printf("%s: there was no record; it was created.\n", printable(request.study).c_str());
     }

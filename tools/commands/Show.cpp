@@ -47,7 +47,7 @@ void printConversion(const StoredRecord& record, const Style& style) {
     try {
         printf("%s\n", changeText(formatRecord(record.state), convertedText(study), style).c_str());
     } catch (const QXException& failure) {
-        printf("  Nothing, it would fail: %s\n\n", printable(explained(failure, study)).c_str());
+        printf("  nothing, since it would fail: %s\n\n", printable(explained(failure, study)).c_str());
     }
 }
 
@@ -56,7 +56,7 @@ void print(const StoredRecord& record) {
     printf("%s  %s\n", style.title(printable(record.state.studyId.c_str())).c_str(),
            style.faint(printable(record.path) + "  " + modificationTime(record.path)).c_str());
     printf("%s\n", recordPicture(record.state, style).c_str());
-    if (record.isEarlier()) {
+    if (record.isEarlier() && record.text.damage.empty()) {
         printConversion(record, style);
     }
 }

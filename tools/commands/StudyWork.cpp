@@ -84,13 +84,11 @@ int prepareWriting(const StoredRecord& record) {
     return STATUS_DONE;
 }
 
-void saveOrThrow(StoreState& state) {
+void saveOrThrow(StoreState& state, const StoredRecord& before) {
     errno = 0;
     if (!state.save()) {
         const int error = errno;
-        StoredRecord record(state.studyId.c_str());
-        record.read();
-        throw QXIOException(error, "Creating the temporary record file failed: " + writingDirectory(record) + ": " +
+        throw QXIOException(error, "Creating the temporary record file failed: " + writingDirectory(before) + ": " +
                                        strerror(error));
     }
 }

@@ -39,7 +39,7 @@ constexpr int TO_SAVE = R_OK | W_OK | X_OK; ///< in a study's; what is written t
 int prepareWriting(const StoredRecord& record);
 
 /** Saves the record; also its one failure without an exception becomes one. */
-void saveOrThrow(StoreState& state);
+void saveOrThrow(StoreState& state, const StoredRecord& before);
 
 } // namespace storestate
 

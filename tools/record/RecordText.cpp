@@ -39,7 +39,7 @@ std::string RecordText::objection() const {
         return "The record is damaged: " + damage + ".";
     }
     return isLater ? "The record is of version " + std::to_string(version) +
-                         ", with keys that are not known here: " + invalidLines.front()
+                         ", with keys that are not known here: " + invalidLines.front() + "."
                    : "";
 }
 
