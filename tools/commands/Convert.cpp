@@ -30,7 +30,7 @@ std::string keepOriginal(const std::string& path) {
     const time_t now = time(nullptr);
     struct tm utc = {};
     strftime(date, sizeof date, "%Y%m%dT%H%M%SZ", gmtime_r(&now, &utc));
-    const std::string copy = path + ".damaged." + date;
+    std::string copy = path + ".damaged." + date;
     errno = 0;
     if (link(path.c_str(), copy.c_str()) != 0) {
         throwFileError("Keeping the original failed: ", copy.c_str());
