@@ -35,12 +35,13 @@ std::string hint(const CLI::App& app, const Words& words) {
     }
     const Words options = optionNames(*app.get_subcommand(words.front()));
     const Words recordOptions = words.front() == "modify" ? modifyOptionNames() : Words();
-    for (const std::string& word : words) {
-        if (contains(recordOptions, word) && !contains(options, word)) {
-            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + word + " VALUE";
+    const auto separator = std::find(words.begin(), words.end(), "--");
+    for (auto word = words.begin(); word != separator; ++word) {
+        if (contains(recordOptions, *word) && !contains(options, *word)) {
+            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + *word + " VALUE";
         }
-        if (word.front() == '-' && !contains(options, word)) {
-            return suggestion(word, options);
+        if (word->front() == '-' && !contains(options, *word)) {
+            return suggestion(*word, options);
         }
     }
     return "";
