@@ -28,11 +28,11 @@ verdict() { # name, whether it holds
 holds() { # command
     if output=$("$@" 2>&1); then verdict "$*" yes; else verdict "$*" no; fi
 }
-# Runs a line and compares its exit status and, as a regular expression, all that it prints.
+# Runs a line and compares its exit status and, as a regular expression up to the end, all that it prints.
 expect() { # status, expression, line
     local status=0
     output=$(eval "$3" 2>&1 </dev/null) || status=$?
-    if [ $status -eq "$1" ] && [[ $output =~ $2 ]]; then verdict "$3" yes; else verdict "$3: status $status, wanted $1, $2" no; fi
+    if [ $status -eq "$1" ] && [[ $output =~ $2$ ]]; then verdict "$3" yes; else verdict "$3: status $status, wanted $1, $2" no; fi
 }
 rows() { # of the same three
     local status expression line
