@@ -13,6 +13,7 @@ namespace {
 
 constexpr unsigned int SCARCE_PERCENT = 1;
 
+/** Never of a total of 0, which means that the file system does not count it. */
 bool isScarce(fsfilcnt_t left, fsfilcnt_t total) {
     return left < total / 100 * SCARCE_PERCENT;
 }
@@ -97,7 +98,6 @@ void checkSpace(CheckReport& report, const char* variable, const struct statvfs&
     const std::string remedy = "free some: new records and locks are small files";
     const std::string inodeRemedy = "delete files that nobody needs, however small, or make the file system larger";
     const std::string left = std::to_string(state.f_bavail * state.f_frsize / 1048576) + " MiB";
-    const bool counted = state.f_files > 0; // some file systems do not count inodes
     if (hasNoSpace(state)) {
         report.bad(variable, path + ": the disk is full", remedy);
     } else if (isScarce(state.f_bavail, state.f_blocks)) {
@@ -105,7 +105,7 @@ void checkSpace(CheckReport& report, const char* variable, const struct statvfs&
     }
     if (hasNoInodes(state)) {
         report.bad(variable, path + ": the file system has no inodes left", inodeRemedy);
-    } else if (counted && isScarce(state.f_favail, state.f_files)) {
+    } else if (isScarce(state.f_favail, state.f_files)) {
         report.note(variable, path + ": the file system has only " + std::to_string(state.f_favail) + " inodes left",
                     inodeRemedy);
     }

@@ -34,10 +34,10 @@ Mount mountOf(const std::string& path);
 /** Its type, with the NFS version where there is one. */
 std::string fileSystem(const std::string& path);
 
-/** Reports a file system without space or without inodes for an ordinary user, and one that is about to be. */
 /** Whether the file system takes no new file. */
 bool isFull(const struct statvfs& state);
 
+/** Reports a file system without space or without inodes for an ordinary user, and one that is about to be. */
 void checkSpace(CheckReport& report, const char* variable, const struct statvfs& state);
 
 /** What to do when a file cannot be made for this reason. */
