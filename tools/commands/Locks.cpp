@@ -72,9 +72,9 @@ int removeLock(const LockFile& lock) {
 }
 
 /** Says which of the locks that were named stay for their age. */
-void reportYounger(const std::vector<LockFile>& named, const std::vector<LockFile>& old) {
+void reportYounger(const std::vector<LockFile>& named, int64_t seconds) {
     for (const LockFile& lock : named) {
-        if (std::none_of(old.begin(), old.end(), [&](const LockFile& other) { return other.path == lock.path; })) {
+        if (olderThan({lock}, seconds).empty()) {
             printf("%s: the lock stays, %s.\n", printable(lock.study).c_str(), holderText(lock).c_str());
         }
     }
@@ -113,9 +113,10 @@ int takeLockForGood(const std::string& study, int lockSeconds) {
 int removeLocks(const Studies& studies, std::optional<int64_t> minimumAge, bool force) {
     return guarded("unlock", [&] {
         const std::vector<LockFile> all = locksOf(studies);
-        const std::vector<LockFile> locks = olderThan(all, minimumAge.value_or(INT64_MIN));
+        const int64_t seconds = minimumAge.value_or(INT64_MIN);
+        const std::vector<LockFile> locks = olderThan(all, seconds);
         if (!studies.empty()) {
-            reportYounger(all, locks);
+            reportYounger(all, seconds);
         }
         int status = force || locks.empty() ? STATUS_DONE : askAbout(locks);
         if (status == STATUS_DONE) {
