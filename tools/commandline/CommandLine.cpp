@@ -28,26 +28,26 @@ Words splitOff(Words words, Request& request) {
     return words;
 }
 
-/** What was probably meant by a line that the parser refuses; empty when nobody knows. */
+/** What was probably meant by words that the parser refuses; empty when nobody knows. */
 std::string hint(const CLI::App& app, const Words& words) {
     if (words.empty() || !contains(commandNames(app), words.front())) {
         return words.empty() ? "" : suggestion(words.front(), commandNames(app));
     }
     const Words options = optionNames(*app.get_subcommand(words.front()));
     const Words recordOptions = words.front() == "modify" ? modifyOptionNames() : Words();
-    const auto separator = std::find(words.begin(), words.end(), "--");
-    for (auto word = words.begin(); word != separator; ++word) {
-        if (contains(recordOptions, *word) && !contains(options, *word)) {
-            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + *word + " VALUE";
+    for (const std::string& word : words) {
+        if (contains(recordOptions, word) && !contains(options, word)) {
+            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + word + " VALUE";
         }
-        if (word->front() == '-' && !contains(options, *word)) {
-            return suggestion(*word, options);
+        if (word.front() == '-' && !contains(options, word)) {
+            return suggestion(word, options);
         }
     }
     return "";
 }
 
-int refuse(const CLI::App& app, const CLI::ParseError& refused, const Words& words) {
+/** True: the words only asked for help or the version, which is printed; false: said why they are refused. */
+bool answer(const CLI::App& app, const CLI::ParseError& refused, const Words& words) {
     std::ostringstream help;
     std::ostringstream complaint;
     const int status = app.exit(refused, help, complaint);
@@ -55,20 +55,19 @@ int refuse(const CLI::App& app, const CLI::ParseError& refused, const Words& wor
     for (const std::string& line : splitLines(complaint.str())) {
         fprintf(stderr, "%s\n", printable(line).c_str());
     }
-    if (status == 0) {
-        return STATUS_DONE;
-    }
-    const std::string meant = hint(app, words);
+    const std::string meant = status != 0 ? hint(app, words) : "";
     if (!meant.empty()) {
         fprintf(stderr, "%s\n", printable(meant.substr(1)).c_str());
     }
-    return failureStatus(words, STATUS_USAGE);
+    return status == 0;
 }
 
 /** Takes environment and identity over, in this order: another's environment is root's to read. False: said why not. */
 bool prepare(Request& request, const std::string& command) {
     std::string fault = takeEnvironment(request.process, request.environmentFiles);
-    fault = fault.empty() ? missingVariables(request.variables) : fault;
+    if (fault.empty()) {
+        fault = missingVariables(request.variables, environmentSource(request.process, request.environmentFiles));
+    }
     if (fault.empty() && (request.rights != Rights::CALLER || !request.user.empty())) {
         fault = takeIdentity(request.user);
         if (request.rights == Rights::OWNER_IF_POSSIBLE && request.user.empty()) {
@@ -98,14 +97,13 @@ int runCommandLine(const Words& words) {
     app.require_subcommand(1);
     app.footer("storestate COMMAND --help tells more.");
     describeCommands(app, request);
-    Words parsed = splitOff(words, request);
+    const Words inFront = splitOff(words, request);
     try {
-        std::reverse(parsed.begin(), parsed.end()); // as the parser wants them
-        app.parse(parsed);
+        app.parse(Words(inFront.rbegin(), inFront.rend())); // reversed, as the parser wants them
         const bool ready = prepare(request, app.get_subcommands().front()->get_name());
         return ready ? request.run() : failureStatus(words, STATUS_FAILED);
     } catch (const CLI::ParseError& refused) {
-        return refuse(app, refused, words);
+        return answer(app, refused, inFront) ? static_cast<int>(STATUS_DONE) : failureStatus(words, STATUS_USAGE);
     }
 }
 

@@ -48,8 +48,7 @@ void describeCommands(CLI::App& app, Request& request);
 Words commandNames(const CLI::App& app);
 Words optionNames(const CLI::App& command);
 
-/** The exit status of a run that came to no answer: the usual one, but a monitoring system has one of its own for it.
- */
+/** The exit status of a run that came to no answer: the usual one, but a monitoring system has one of its own. */
 int failureStatus(const Words& words, int usual);
 
 /** Runs what the words ask for; returns the exit status. */

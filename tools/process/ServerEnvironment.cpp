@@ -15,8 +15,6 @@ namespace {
 
 constexpr char BLANKS[] = " \t\r\n";
 
-std::string source; ///< where the environment was taken from; empty: it is that of the caller
-
 std::optional<std::string> readFile(const std::string& path) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
@@ -51,6 +49,15 @@ std::string takeValue(const std::string& text, size_t& at) {
         }
     }
     return value.substr(0, kept);
+}
+
+/** The files that hold the environments, the later ones going before. */
+std::vector<std::string> sources(const std::string& process, const std::vector<std::string>& files) {
+    std::vector<std::string> paths = files;
+    if (!process.empty()) {
+        paths.insert(paths.begin(), "/proc/" + process + "/environ");
+    }
+    return paths;
 }
 
 void merge(Settings& settings, const Settings& more) {
@@ -91,15 +98,17 @@ Settings parseProcessEnvironment(const std::string& text) {
     return settings;
 }
 
+std::string environmentSource(const std::string& process, const std::vector<std::string>& files) {
+    const std::vector<std::string> paths = sources(process, files);
+    return paths.empty() ? "" : paths.front() + (paths.size() > 1 ? " and more" : "");
+}
+
 std::string takeEnvironment(const std::string& process, const std::vector<std::string>& files) {
-    if (process.empty() && files.empty()) {
+    const std::vector<std::string> paths = sources(process, files);
+    if (paths.empty()) {
         return "";
     }
     Settings settings;
-    std::vector<std::string> paths = files;
-    if (!process.empty()) {
-        paths.insert(paths.begin(), "/proc/" + process + "/environ");
-    }
     for (const std::string& path : paths) {
         const std::optional<std::string> text = readFile(path);
         if (!text.has_value()) {
@@ -108,7 +117,6 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
         const bool isProcess = !process.empty() && &path == &paths.front();
         merge(settings, isProcess ? parseProcessEnvironment(*text) : parseEnvironmentFile(*text));
     }
-    source = paths.front() + (paths.size() > 1 ? " and more" : "");
     bool any = false;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
         const auto found = settings.find(variable.name);
@@ -119,7 +127,7 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
             setenv(variable.name, found->second.c_str(), 1);
         }
     }
-    return any ? "" : source + " has none of the server's variables";
+    return any ? "" : environmentSource(process, files) + " has none of the server's variables";
 }
 
 std::string variableFault(const char* variable) {
@@ -127,7 +135,7 @@ std::string variableFault(const char* variable) {
     return value == nullptr ? "not set" : *value == '\0' ? "empty" : "";
 }
 
-std::string missingVariables(const std::vector<std::string>& names) {
+std::string missingVariables(const std::vector<std::string>& names, const std::string& source) {
     std::string missing;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
         const std::string fault = variableFault(variable.name);

@@ -16,6 +16,9 @@ Settings parseEnvironmentFile(const std::string& text);
 /** What a process's environment sets: NAME=VALUE, each with a NUL behind it. */
 Settings parseProcessEnvironment(const std::string& text);
 
+/** Where takeEnvironment() takes them from, in words; empty without any source. */
+std::string environmentSource(const std::string& process, const std::vector<std::string>& files);
+
 /**
  * Makes the library's variables those of a process (by its number) and of files, later ones going before; what none of
  * them sets is not set any more. Without any source nothing changes. Returns why a source cannot be read; empty: done.
@@ -25,8 +28,8 @@ std::string takeEnvironment(const std::string& process, const std::vector<std::s
 /** "not set" or "empty"; empty for a variable that has a value. */
 std::string variableFault(const char* variable);
 
-/** Names what is missing or empty of the variables, and says where they come from; empty when all are set. */
-std::string missingVariables(const std::vector<std::string>& names);
+/** Names what is missing or empty of the variables taken from `source`, and what to do; empty when all are set. */
+std::string missingVariables(const std::vector<std::string>& names, const std::string& source);
 
 } // namespace storestate
 
