@@ -5,6 +5,7 @@
 #include "storestate/RecordFormat.h"
 #include "storestate/StoreState.h"
 #include "support/QXException.h"
+#include "terminal/Text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -48,8 +49,7 @@ void checkSocket(CheckReport& report, const std::string& path) {
 }
 
 bool isPort(const std::string& text) {
-    return !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos &&
-           std::stoi(text) >= 1 && std::stoi(text) <= 65535;
+    return isNumber(text) && text.size() <= 5 && std::stoi(text) >= 1 && std::stoi(text) <= 65535;
 }
 
 void checkHost(CheckReport& report) {

@@ -18,8 +18,7 @@ struct Needs {
 
 /** Why the text is no process; empty when it is one, be it there or not. */
 std::string mustBeProcess(const std::string& text) {
-    const bool isNumber = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber
+    return isNumber(text)
                ? ""
                : "takes the number of a process, not \"" + text + "\"; while the server is down, use --env-file FILE";
 }

@@ -25,8 +25,8 @@ struct User {
 
 const passwd* findUser(const std::string& user) {
     const passwd* entry = getpwnam(user.c_str());
-    const bool isNumber = !user.empty() && user.find_first_not_of("0123456789") == std::string::npos;
-    return entry == nullptr && isNumber ? getpwuid(static_cast<uid_t>(strtoul(user.c_str(), nullptr, 10))) : entry;
+    return entry == nullptr && isNumber(user) ? getpwuid(static_cast<uid_t>(strtoul(user.c_str(), nullptr, 10)))
+                                              : entry;
 }
 
 std::string become(const User& user) {

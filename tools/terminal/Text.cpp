@@ -87,6 +87,10 @@ std::string padded(const std::string& word, size_t width) {
     return word + std::string(word.size() < width ? width - word.size() : 1, ' ');
 }
 
+bool isNumber(const std::string& text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+}
+
 std::vector<std::string> splitLines(const std::string& text) {
     std::istringstream stream(text);
     std::vector<std::string> found;

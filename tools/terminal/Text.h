@@ -23,6 +23,9 @@ std::string shellWord(const std::string& word);
 /** `word` and as many blanks as make it `width` wide; at least one. */
 std::string padded(const std::string& word, size_t width);
 
+/** Whether the text is digits only, one at least. */
+bool isNumber(const std::string& text);
+
 /** The lines of `text`, without their line ends. */
 std::vector<std::string> splitLines(const std::string& text);
 
