@@ -11,6 +11,7 @@
 #include <functional>
 #include <iostream>
 #include <map>
+#include <random>
 #include <set>
 #include <sys/mman.h>
 #include <thread>
@@ -19,11 +20,8 @@
 namespace {
 
 using Text = std::string;
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
 
 constexpr size_t NAME_LENGTH = 8; ///< of all devices but the database's, so that a torn name is seen
-int repetitions = 0;              ///< of a look at a record
 
 /** "true", or "false" and the reason, of which the Java methods say nothing. */
 template <class Work>
@@ -49,17 +47,13 @@ void change(int mode, const Text& prefix, int studies, int count, const Text& ho
     const int file = open(("/tmp/meeting." + prefix).c_str(), O_RDWR | O_CREAT, 0600);
     if (ftruncate(file, sizeof(int)) != 0) { exit(1); }
     auto& arrived = *static_cast<std::atomic<int>*>(mmap(nullptr, sizeof(int), PROT_WRITE, MAP_SHARED, file, 0));
-    srand(static_cast<unsigned>(Clock::now().time_since_epoch().count()));
+    srand(std::random_device()());
     for (int i = 0; i < count && access("/tmp/stop", F_OK) != 0; ++i) {
         const Text number = std::to_string(i);
         const Text study = prefix + (studies == 1 ? "" : parties > 0 ? number : std::to_string(rand() % studies));
         const Text device = host + Text(NAME_LENGTH - host.size() - number.size(), '_') + number;
-        for (++arrived; arrived < (i + 1) * parties;) { std::this_thread::sleep_for(milliseconds(1)); }
-        const auto begin = Clock::now();
-        const Text said = answer([&] { return modify(study, mode, device); });
-        const auto took = std::chrono::duration_cast<milliseconds>(Clock::now() - begin);
-        std::cout << study << " " << device << " " << took.count() << " " << repetitions << " " << said << std::endl;
-        repetitions = 0;
+        for (++arrived; arrived < (i + 1) * parties;) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
+        std::cout << study << " " << device << " " << answer([&] { return modify(study, mode, device); }) << std::endl;
     }
 }
 
@@ -67,12 +61,11 @@ void change(int mode, const Text& prefix, int studies, int count, const Text& ho
 int check(char** logs) {
     std::map<Text, std::set<Text>> wanted;
     std::map<Text, int> reasons;
-    int calls = 0, longest = 0, repeated = 0, most = 0, lost = 0, torn = 0;
+    int calls = 0, lost = 0, torn = 0;
     for (; *logs != nullptr; ++logs) {
         std::ifstream log(*logs);
         Text study, device, said, reason;
-        for (int took, again; log >> study >> device >> took >> again >> said && getline(log, reason); ++calls) {
-            longest = std::max(longest, took), most = std::max(most, again), repeated += again > 0;
+        for (; log >> study >> device >> said && getline(log, reason); ++calls) {
             said == "true" ? void(wanted[study].insert(device)) : void(++reasons[reason]);
         }
     }
@@ -86,20 +79,13 @@ int check(char** logs) {
             torn += state.forwardDevices[i].length() != NAME_LENGTH && state.forwardDevices[i] != "WS1";
         }
     }
-    std::cout << calls << " calls, lost " << lost << ", torn " << torn << ", looks repeated " << repeated << " ("
-              << most << " times), longest " << longest << " ms";
+    std::cout << calls << " calls, lost " << lost << ", torn " << torn;
     for (const auto& [reason, count] : reasons) { std::cout << "\n     " << count << " x false" << reason; }
     std::cout << std::endl;
     return lost + torn > 0 || calls == 0 ? 1 : reasons.empty() ? 0 : 2;
 }
 
 } // namespace
-
-/** Stands in for the one between two looks. */
-extern "C" int usleep(useconds_t microseconds) {
-    ++repetitions;
-    return std::this_thread::sleep_for(std::chrono::microseconds(microseconds)), 0;
-}
 
 /** change MODE PREFIX STUDIES COUNT HOST PARTIES | check LOG... | exists|remove|lock|unlock STUDY */
 int main(int, char** arguments) {

@@ -1,0 +1,13 @@
+#!/bin/bash
+# For scripts that try this project in a bare system that nobody needs any more. They source this.
+cd "$(dirname "${BASH_SOURCE[0]}")/../.." || exit
+. tests/support/tries.bash
+export DEBIAN_FRONTEND=noninteractive
+exec </dev/null
+apt-get -qq update >/dev/null 2>&1
+
+install_packages() { apt-get -qq install --no-install-recommends -o Dpkg::Use-Pty=0 "$@"; }
+# The indented lines below a heading of a document, outside of its blocks of code: its commands.
+commands() { # file, heading
+    awk -v heading="## $2" '/^## / { on = $0 == heading } /^```/ { code = !code } on && !code && /^    / { print substr($0, 5) }' "$1"
+}
