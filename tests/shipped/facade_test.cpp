@@ -1,6 +1,5 @@
 #include "repository/EntryPoints.h"
 #include "repository/RepositoryFacade.h"
-#include "support/CapturedSyslog.h"
 #include "support/Testing.h"
 
 #include <dlfcn.h>

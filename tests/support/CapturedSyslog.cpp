@@ -1,5 +1,3 @@
-#include "support/CapturedSyslog.h"
-
 #include "support/Export.h"
 #include "support/Testing.h"
 

@@ -3,14 +3,11 @@
 #include "check/CheckOutput.h"
 #include "check/Directories.h"
 #include "check/SystemLog.h"
-#include "support/Workplace.h"
+#include "support/Testing.h"
 
 #include <csignal>
-#include <gtest/gtest.h>
-#include <stdexcept>
 #include <sys/socket.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 using namespace storestate;
 
@@ -41,23 +38,21 @@ TEST(SystemLog, NamesHowItsListenerDoes) {
 
 TEST(CheckSpace, TellsFullFromNearlyFull) {
     const struct {
-        const char* name;
         fsblkcnt_t blocks, blocksLeft, inodes, inodesLeft;
         Verdict worst;
-        const char* text;
+        const char *name, *text = "";
     } rows[] = {
-        {"plenty of both", 5000, 50, 1000, 10, Verdict::GOOD, ""},
-        {"no space", 5000, 0, 1000, 10, Verdict::BAD, "/x: the disk is full"},
-        {"little space", 102400, 1023, 1000, 10, Verdict::NOTE, "/x: the disk is nearly full: 3 MiB left"},
-        {"no inodes", 5000, 50, 1000, 0, Verdict::BAD, "/x: the file system has no inodes left"},
-        {"few inodes", 5000, 50, 1000, 9, Verdict::NOTE, "/x: the file system has only 9 inodes left"},
-        {"inodes are not counted", 5000, 50, 0, 0, Verdict::GOOD, ""},
-        {"a file system without blocks", 0, 0, 0, 0, Verdict::GOOD, ""},
+        {5000, 50, 1000, 10, Verdict::GOOD, "plenty of both"},
+        {5000, 0, 1000, 10, Verdict::BAD, "no space", "/x: the disk is full"},
+        {102400, 1023, 1000, 10, Verdict::NOTE, "little space", "/x: the disk is nearly full: 3 MiB left"},
+        {5000, 50, 1000, 0, Verdict::BAD, "no inodes", "/x: the file system has no inodes left"},
+        {5000, 50, 1000, 9, Verdict::NOTE, "few inodes", "/x: the file system has only 9 inodes left"},
+        {5000, 50, 0, 0, Verdict::GOOD, "inodes are not counted"},
+        {0, 0, 0, 0, Verdict::GOOD, "a file system without blocks"},
     };
     for (const auto& row : rows) {
         struct statvfs state = {};
-        state.f_frsize = 4096;
-        state.f_blocks = row.blocks, state.f_bavail = row.blocksLeft;
+        state.f_frsize = 4096, state.f_blocks = row.blocks, state.f_bavail = row.blocksLeft;
         state.f_files = row.inodes, state.f_favail = row.inodesLeft;
         CheckReport report;
         setVariable("X", "/x");
@@ -93,17 +88,15 @@ TEST(CheckMounts, KnowsTheOptionsThatGoWrong) {
 
 TEST(CheckDirectories, KnowsWhatLiesInWhat) {
     for (const char* directory : {"/", "/a", "/a/b"}) { EXPECT_TRUE(liesIn("/a/b", directory)) << directory; }
-    for (const char* directory : {"/a/b/c", "/a/", "/ab", "/b"}) {
-        EXPECT_FALSE(liesIn("/a/b", directory)) << directory;
-    }
+    for (const char* other : {"/a/b/c", "/a/", "/ab", "/b"}) { EXPECT_FALSE(liesIn("/a/b", other)) << other; }
 }
 
 TEST(CheckDirectories, TellsWhatToDoByTheReason) {
-    const char *away = "repair the mount, or the server behind it",
-               *full = "free space and inodes there, or raise the quota";
-    const std::pair<int, const char*> rows[] = {{EIO, away},       {ESTALE, away}, {ENOTCONN, away}, {ETIMEDOUT, away},
-                                                {EHOSTDOWN, away}, {ENOSPC, full}, {EDQUOT, full}};
-    for (const auto& [reason, remedy] : rows) { EXPECT_EQ(remedyForWriting(reason), remedy) << strerror(reason); }
+    for (const int reason : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN, ENOSPC, EDQUOT}) {
+        const bool full = reason == ENOSPC || reason == EDQUOT;
+        EXPECT_EQ(remedyForWriting(reason), full ? "free space and inodes there, or raise the quota"
+                                                 : "repair the mount, or the server behind it");
+    }
 }
 
 TEST(CheckApart, KeepsWhatWasFoundBeforeAPartFailed) {

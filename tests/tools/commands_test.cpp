@@ -17,16 +17,12 @@ using namespace storestate;
 using std::string;
 using namespace std::string_literals;
 
+/** Rows of "input -> wanted". */
 template <class Function>
-static void expectEach(const std::vector<std::pair<string, string>>& rows, Function function) {
-    for (const auto& [input, wanted] : rows) { EXPECT_EQ(function(input), wanted) << "for " << input; }
-}
-
-/** The same for short rows: "input -> wanted". */
-template <class Function>
-static void expectEach(const std::vector<const char*>& rows, Function function) {
-    for (const string row : rows) {
-        EXPECT_EQ(function(row.substr(0, row.find(" -> "))), row.substr(row.find(" -> ") + 4));
+static void expectEach(const std::vector<string>& rows, Function function) {
+    for (const string& row : rows) {
+        const string input = row.substr(0, row.find(" -> "));
+        EXPECT_EQ(input + " -> " + function(input), row);
     }
 }
 
@@ -43,23 +39,16 @@ TEST(Tool, WritesAges) {
 }
 
 TEST(Tool, TakesFromTextWhatSteersATerminal) {
-    expectEach({{"plain ~ äÄ€𝄞", "plain ~ äÄ€𝄞"},
-                {"a\x1f\x7f\nb", "a???b"},
-                {"c1 \u009b\u0080\u00a0", "c1 ??\u00a0"},
-                {"\u061c\u200e\u200f\u202a\u202e\u2066\u2069|\u200d\u2065\u206a", "???????|\u200d\u2065\u206a"},
-                {"\x80\xff", "??"},
-                {"\xc1\x81", "??"},
-                {"\xe0\x80\xaf", "???"},
-                {"\xf4\x90\x80\x80", "????"},
-                {"\xe2\x82", "??"},
-                {"\xe2z", "?z"},
-                {"\xc3\xa4\xf0\x8f\xbf\xbf", "ä????"}},
+    expectEach({"plain ~ äÄ€𝄞 -> plain ~ äÄ€𝄞", "a\x1f\x7f\nb -> a???b", "c1 \u009b\u0080\u00a0 -> c1 ??\u00a0",
+                "\u061c\u200e\u200f\u202a\u202e\u2066\u2069|\u200d\u2065\u206a -> ???????|\u200d\u2065\u206a",
+                "\x80\xff -> ??", "\xc1\x81 -> ??", "\xe0\x80\xaf -> ???", "\xf4\x90\x80\x80 -> ????", "\xe2\x82 -> ??",
+                "\xe2z -> ?z", "\xc3\xa4\xf0\x8f\xbf\xbf -> ä????"},
                printable);
     EXPECT_EQ(jsonText({"\u202e\x1b\xff"}), "[\n  \"\\u202e\\u001b\\ufffd\"\n]\n");
 }
 
 TEST(Tool, QuotesForAShell) {
-    expectEach({{"1.2.840-a_b", "1.2.840-a_b"}, {"", "''"}, {"a b", "'a b'"}, {"$(x)'", "'$(x)'\\'''"}}, shellWord);
+    expectEach({"1.2.840-a_b -> 1.2.840-a_b", " -> ''", "a b -> 'a b'", "$(x)' -> '$(x)'\\'''"}, shellWord);
 }
 
 TEST(Tool, GuessesWhatWasMeant) {
@@ -78,19 +67,13 @@ TEST(Tool, FitsTheProgressBarToTheTerminal) {
 }
 
 TEST(Tool, CombinesStatuses) {
-    for (const auto& [before, next, wanted] :
-         std::vector<std::array<int, 3>>{{0, 0, 0}, {0, 3, 3}, {3, 0, 3}, {3, 3, 3}, {3, 4, 1}, {1, 0, 1}}) {
-        EXPECT_EQ(combined(before, next), wanted) << before << " and " << next;
-    }
+    expectEach({"00 -> 0", "03 -> 3", "30 -> 3", "33 -> 3", "34 -> 1", "10 -> 1"},
+               [](const string& both) { return std::to_string(combined(both[0] - '0', both[1] - '0')); });
 }
 
 TEST(Tool, ReadsListsOfStudies) {
-    expectEach({{"", ""},
-                {"a\nb", "a|b|"},
-                {"\xEF\xBB\xBF"
-                 "a \t\r\n\n \t\n# no\n  #no\n b\n#",
-                 "a| b|"},
-                {"a\xEF\xBB\xBF\n", "a\xEF\xBB\xBF|"}},
+    expectEach({" -> ", "a\nb -> a|b|", "\xEF\xBB\xBFx -> x|", "a \t\r\n\n \t\n# no\n  #no\n b\n# -> a| b|",
+                "a\xEF\xBB\xBF\n -> a\xEF\xBB\xBF|"},
                [](const string& text) {
                    string joined;
                    for (const string& study : parseStudyList(text)) { joined += study + "|"; }
@@ -106,16 +89,10 @@ static string joined(const Settings& settings) {
 }
 
 TEST(Tool, ReadsEnvironmentFilesAsSystemdDoes) {
-    expectEach({{"A=1\nB=2", "A=[1]B=[2]"},
-                {"\n  A = 1 2 \t\r\n#B=1\n;C=1\n", "A=[1 2]"},
-                {"A=\nB", "A=[]"},
-                {"A=1\nA=2", "A=[2]"},
-                {"A=\"x  y \" \nB='\\n\"'#", "A=[x  y ]B=[\\n\"#]"},
-                {"A=a\\ \nB=\\\"b", "A=[a ]B=[\"b]"},
-                {"A=a\\\nb\nB=c", "A=[ab]B=[c]"},
-                {"A=\"1\n2\"3\n", "A=[1\n23]"},
-                {R"(A="\"\\\$\x")", R"(A=["\$\x])"},
-                {"A=\"x\\\ny\"", "A=[xy]"}},
+    expectEach({"A=1\nB=2 -> A=[1]B=[2]", "\n  A = 1 2 \t\r\n#B=1\n;C=1\n -> A=[1 2]", "A=\nB -> A=[]",
+                "A=1\nA=2 -> A=[2]", "A=\"x  y \" \nB='\\n\"'# -> A=[x  y ]B=[\\n\"#]",
+                "A=a\\ \nB=\\\"b -> A=[a ]B=[\"b]", "A=a\\\nb\nB=c -> A=[ab]B=[c]", "A=\"1\n2\"3\n -> A=[1\n23]",
+                R"(A="\"\\\$\x" -> A=["\$\x])", "A=\"x\\\ny\" -> A=[xy]"},
                [](const string& text) { return joined(parseEnvironmentFile(text)); });
     EXPECT_EQ(joined(parseProcessEnvironment("A=1\0B=x=y\n\0odd\0C=\0"s)), "A=[1]B=[x=y\n]C=[]");
 }

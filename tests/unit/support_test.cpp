@@ -1,5 +1,4 @@
 #include "db/StringBuffer.h"
-#include "support/CapturedSyslog.h"
 #include "support/QXLogger.h"
 #include "support/QXSemaphore.h"
 #include "support/Testing.h"
