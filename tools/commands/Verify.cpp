@@ -41,7 +41,7 @@ public:
             remarks.push_back(explained(failure, study));
         }
         ++counts[kind];
-        const bool usable = lookForLock(study) && isWritable(record);
+        const bool lockable = lookForLock(study), writable = isWritable(record), usable = lockable && writable;
         lookForTemporaryFiles(record);
         print(study);
         const bool inOrder = (kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY) && usable;
