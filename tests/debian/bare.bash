@@ -1,6 +1,7 @@
 #!/bin/bash
 # For scripts that try this project in a bare system that nobody needs any more. They source this.
 cd "$(dirname "${BASH_SOURCE[0]}")/../.." || exit
+[ "$PWD" = /checkout ] || { echo "$0: only within scripts/lib/chroot --fresh" >&2 && exit 2; }
 . tests/support/tries.bash
 export DEBIAN_FRONTEND=noninteractive
 exec </dev/null

@@ -14,8 +14,8 @@ verdict() { # name, 0 if it holds, how many that counts for
 try() { # name, command
     local start=$SECONDS status=0 count=1
     output=$("${@:2}" 2>&1) || status=$?
-    [[ $output =~ ([0-9]+)\ passed,\ 0\ failed(,\ [0-9]+\ skipped)?$ ]] && count=${BASH_REMATCH[1]}
-    verdict "$1 ($((SECONDS - start)) s)" $status "$count"
+    [[ $output =~ ([0-9]+)\ passed,\ ([0-9]+)\ failed(,\ [0-9]+\ skipped)?$ ]] && count=${BASH_REMATCH[1]} status=$((status + BASH_REMATCH[2]))
+    verdict "$1 ($((SECONDS - start)) s)" $((status + (count == 0))) "$count"
 }
 holds() { try "$*" "$@"; }
 # Runs a line and compares its exit status and, as a regular expression up to the end, all that it prints.
@@ -35,5 +35,5 @@ agree() { # what, wanted, found
 }
 results() {
     echo "$passed passed, $failed failed"
-    [ $failed -eq 0 ]
+    [ $failed -eq 0 ] && [ $passed -gt 0 ]
 }
