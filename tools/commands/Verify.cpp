@@ -41,7 +41,8 @@ public:
             remarks.push_back(explained(failure, study));
         }
         ++counts[kind];
-        const bool lockable = lookForLock(study), writable = isWritable(record), usable = lockable && writable;
+        const bool lockable = lookForLock(study);
+        const bool usable = isWritable(record) && lockable;
         lookForTemporaryFiles(record);
         print(study);
         const bool inOrder = (kind == WHOLE || kind == EARLIER || kind == EARLIER_EMPTY) && usable;
