@@ -74,7 +74,7 @@ int removeLock(const LockFile& lock) {
 /** Says which of the locks that were named stay for their age. */
 void reportYounger(const std::vector<LockFile>& named, int64_t seconds) {
     for (const LockFile& lock : named) {
-        if (olderThan({lock}, seconds).empty()) {
+        if (!isOld(lock, seconds)) {
             printf("%s: the lock stays, %s.\n", printable(lock.study).c_str(), holderText(lock).c_str());
         }
     }

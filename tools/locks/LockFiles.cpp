@@ -76,10 +76,14 @@ std::vector<LockFile> findLocks() {
     return locks;
 }
 
+bool isOld(const LockFile& lock, int64_t seconds) {
+    return lock.ageSeconds < 0 || lock.ageSeconds >= seconds;
+}
+
 std::vector<LockFile> olderThan(const std::vector<LockFile>& locks, int64_t seconds) {
     std::vector<LockFile> old;
     std::copy_if(locks.begin(), locks.end(), std::back_inserter(old),
-                 [=](const LockFile& lock) { return lock.ageSeconds < 0 || lock.ageSeconds >= seconds; });
+                 [=](const LockFile& lock) { return isOld(lock, seconds); });
     return old;
 }
 

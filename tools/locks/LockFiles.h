@@ -25,7 +25,10 @@ std::optional<LockFile> findLock(const std::string& study);
 /** All locks of studies in the lock directory, oldest first. QXIOException: the directory cannot be read. */
 std::vector<LockFile> findLocks();
 
-/** Those at least so old; one that is dated in the future counts as old. */
+/** Whether the lock is at least so old; one that is dated in the future counts as old. */
+bool isOld(const LockFile& lock, int64_t seconds);
+
+/** Those that are. */
 std::vector<LockFile> olderThan(const std::vector<LockFile>& locks, int64_t seconds);
 
 /** "held for 3 h 20 min by archive" */
