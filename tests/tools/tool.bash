@@ -41,17 +41,18 @@ start_silent_server() {
     perl -MSocket -e 'socket S, AF_UNIX, SOCK_STREAM, 0; bind S, pack_sockaddr_un(shift) or die; listen S, 9; sleep 999' \
         "$work/silent" &
     server=$!
-    until [ -S "$work/silent" ]; do sleep 0.02; done
+    await [ -S "$work/silent" ]
 }
 stop_silent_server() { kill "$server" && server="" && rm "$work/silent"; }
-# Runs the tool in the background; await looks at what it says, ends waits for it and compares as expect does.
+# Runs the tool in the background; says looks at what it prints, ends waits for it and compares as expect does.
 begin() { # command, further words
     "$tool" "$1" "${as[@]}" "${@:2}" >"$work/said" 2>&1 &
     running=$!
 }
-await() { # text
+says() { grep -q "$1" "$work/said" 2>/dev/null; } # text
+await() { # command, until it succeeds
     local deadline=$((SECONDS + 60))
-    until grep -q "$1" "$work/said" 2>/dev/null || [ $SECONDS -gt $deadline ]; do sleep 0.02; done
+    until "$@" || [ $SECONDS -gt $deadline ]; do sleep 0.02; done
 }
 ends() { # status, expression
     wait "$running"
