@@ -92,11 +92,10 @@ TEST(CheckDirectories, KnowsWhatLiesInWhat) {
 }
 
 TEST(CheckDirectories, TellsWhatToDoByTheReason) {
-    for (const int reason : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN, ENOSPC, EDQUOT}) {
-        const bool full = reason == ENOSPC || reason == EDQUOT;
-        EXPECT_EQ(remedyForWriting(reason), full ? "free space and inodes there, or raise the quota"
-                                                 : "repair the mount, or the server behind it");
-    }
+    const char *away = "repair the mount, or the server behind it",
+               *full = "free space and inodes there, or raise the quota";
+    for (const int n : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN}) { EXPECT_EQ(remedyForWriting(n), away) << n; }
+    for (const int n : {ENOSPC, EDQUOT}) { EXPECT_EQ(remedyForWriting(n), full) << n; }
 }
 
 TEST(CheckApart, KeepsWhatWasFoundBeforeAPartFailed) {

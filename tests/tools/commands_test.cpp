@@ -132,5 +132,5 @@ TEST(Tool, HasARemedyForEachKindOfDatabaseError) {
         {1040, "more connections"}, {1049, "server's database"}, {1054, "and SERVICE"},
         {1146, "of services"},      {2026, "(MYSQL_UNIX_PORT)"}, {2059, "native_password"},
         {3159, "transport off"},    {4711, "database's manual"}};
-    for (const auto& [number, end] : rows) { EXPECT_NE((databaseRemedy(number) + "$").find(end + "$"), string::npos); }
+    for (const auto& [n, end] : rows) { EXPECT_NE((databaseRemedy(n) + "$").find(end + "$"), string::npos) << n; }
 }
