@@ -28,14 +28,20 @@ template <class Work>
 Text answer(Work work) {
     Text reason;
     try {
-        if (work()) { return "true"; }
-    } catch (const QXException& failure) { failure.toString(reason); }
+        if (work()) {
+            return "true";
+        }
+    } catch (const QXException& failure) {
+        failure.toString(reason);
+    }
     return reason.empty() ? "false" : "false " + reason;
 }
 
 bool modify(const Text& study, int mode, const Text& device) {
     StoreState state(study.c_str(), "");
-    if (!loadForModify(state, mode)) { return false; }
+    if (!loadForModify(state, mode)) {
+        return false;
+    }
     applyModifyOption(state, "--folder", "Main");
     applyModifyOption(state, "--fwddevice", device.c_str());
     return state.save();
@@ -45,14 +51,18 @@ bool modify(const Text& study, int mode, const Text& device) {
  * there. */
 void change(int mode, const Text& prefix, int studies, int count, const Text& host, int parties) {
     const int file = open(("/tmp/meeting." + prefix).c_str(), O_RDWR | O_CREAT, 0600);
-    if (ftruncate(file, sizeof(int)) != 0) { exit(1); }
+    if (ftruncate(file, sizeof(int)) != 0) {
+        exit(1);
+    }
     auto& arrived = *static_cast<std::atomic<int>*>(mmap(nullptr, sizeof(int), PROT_WRITE, MAP_SHARED, file, 0));
     srand(std::random_device()());
     for (int i = 0; i < count && access("/tmp/stop", F_OK) != 0; ++i) {
         const Text number = std::to_string(i);
         const Text study = prefix + (studies == 1 ? "" : parties > 0 ? number : std::to_string(rand() % studies));
         const Text device = host + Text(NAME_LENGTH - host.size() - number.size(), '_') + number;
-        for (++arrived; arrived < (i + 1) * parties;) { std::this_thread::sleep_for(std::chrono::milliseconds(1)); }
+        for (++arrived; arrived < (i + 1) * parties;) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
         std::cout << study << " " << device << " " << answer([&] { return modify(study, mode, device); }) << std::endl;
     }
 }
@@ -74,13 +84,17 @@ int check(char** logs) {
         state.diagnostics = stdout;
         OFString path;
         torn += answer([&] { return state.readStored(path); }) != "true" || state.folder != "Main";
-        for (const Text& device : devices) { lost += !state.forwardDevices.Contains(device.c_str()); }
+        for (const Text& device : devices) {
+            lost += !state.forwardDevices.Contains(device.c_str());
+        }
         for (size_t i = 0; i < state.forwardDevices.NumberOfElements(); ++i) {
             torn += state.forwardDevices[i].length() != NAME_LENGTH && state.forwardDevices[i] != "WS1";
         }
     }
     std::cout << calls << " calls, lost " << lost << ", torn " << torn;
-    for (const auto& [reason, count] : reasons) { std::cout << "\n     " << count << " x false" << reason; }
+    for (const auto& [reason, count] : reasons) {
+        std::cout << "\n     " << count << " x false" << reason;
+    }
     std::cout << std::endl;
     return lost + torn > 0 || calls == 0 ? 1 : reasons.empty() ? 0 : 2;
 }
@@ -91,8 +105,12 @@ int check(char** logs) {
 int main(int, char** arguments) {
     const Text what = arguments[1];
     const auto number = [&](int at) { return atoi(arguments[at]); };
-    if (what == "check") { return check(arguments + 2); }
-    if (what == "change") { return change(number(2), arguments[3], number(4), number(5), arguments[6], number(7)), 0; }
+    if (what == "check") {
+        return check(arguments + 2);
+    }
+    if (what == "change") {
+        return change(number(2), arguments[3], number(4), number(5), arguments[6], number(7)), 0;
+    }
     StoreState state(arguments[2], "");
     const std::map<Text, std::function<bool()>> calls = {
         {"exists", [&] { return state.exists(); }},

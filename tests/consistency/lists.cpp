@@ -10,7 +10,13 @@ int main() {
     for (const auto& each : modifyOptions()) {
         std::cout << "option " << each.longName << " " << each.shortName << " " << each.meaning << "\n";
     }
-    for (const auto& each : storestate::recordProperties({"", "."})) { std::cout << "key " << each.key << "\n"; }
-    for (const auto& each : storestate::ENTRY_POINTS) { std::cout << "point " << each.symbol << "\n"; }
-    for (const auto& each : storestate::ENVIRONMENT) { std::cout << "variable " << each.name << "\n"; }
+    for (const auto& each : storestate::recordProperties({"", "."})) {
+        std::cout << "key " << each.key << "\n";
+    }
+    for (const auto& each : storestate::ENTRY_POINTS) {
+        std::cout << "point " << each.symbol << "\n";
+    }
+    for (const auto& each : storestate::ENVIRONMENT) {
+        std::cout << "variable " << each.name << "\n";
+    }
 }

@@ -22,21 +22,37 @@ public:
     void apply(const Call& call) {
         const bool file = call.place == TEMPORARY, sync = call.op == FSYNC;
         const bool done = call.error == 0 || call.error == EEXIST || (sync && !file && call.error == EINVAL);
-        if (call.place == LOCK || !done) { return; }
-        if (call.op == WRITE) { text += call.argument; }
+        if (call.place == LOCK || !done) {
+            return;
+        }
+        if (call.op == WRITE) {
+            text += call.argument;
+        }
         const std::string moved = live.count(call.path) != 0 ? live[call.path] : "";
         const auto change = [&](State& state) {
-            if (call.op == OPEN && file) { state[call.path] = UNSYNCED, text = ""; }
-            if (call.op == MKDIR) { state[call.path] = "/"; }
-            if (call.op == RENAME) { state[call.argument] = moved; }
-            if (call.op == RENAME || call.op == UNLINK) { state.erase(call.path); }
-            for (auto& [path, content] : state) { content = sync && file && content == UNSYNCED ? text : content; }
+            if (call.op == OPEN && file) {
+                state[call.path] = UNSYNCED, text = "";
+            }
+            if (call.op == MKDIR) {
+                state[call.path] = "/";
+            }
+            if (call.op == RENAME) {
+                state[call.argument] = moved;
+            }
+            if (call.op == RENAME || call.op == UNLINK) {
+                state.erase(call.path);
+            }
+            for (auto& [path, content] : state) {
+                content = sync && file && content == UNSYNCED ? text : content;
+            }
         };
         change(live);
         const auto before = sync ? std::exchange(possible, {}) : possible; // after a sync no other state can be
         for (State state : before) {
             change(state);
-            if (!sync || file || names(state, call.path) == names(live, call.path)) { possible.insert(state); }
+            if (!sync || file || names(state, call.path) == names(live, call.path)) {
+                possible.insert(state);
+            }
         }
     }
 
@@ -48,7 +64,9 @@ public:
                 State cut;
                 for (const auto& [path, content] : state) { // a directory comes before what it holds
                     const bool kept = cut.empty() || cut.count(parent(path)) != 0;
-                    if (kept) { cut[path] = content == UNSYNCED ? fate : content; }
+                    if (kept) {
+                        cut[path] = content == UNSYNCED ? fate : content;
+                    }
                 }
                 all.insert(cut);
             }

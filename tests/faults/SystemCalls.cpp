@@ -14,21 +14,31 @@
 /** Notes a call and has it done by `work`, or one in so many parts of it, unless it is to fail. */
 template <class Work>
 static int pass(Op op, const char* name, const std::string& path, const std::string& argument, Work work) {
-    if (!noting || places.count(path) == 0) { return static_cast<int>(work(1)); }
+    if (!noting || places.count(path) == 0) {
+        return static_cast<int>(work(1));
+    }
     const size_t index = trace.size();
     const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
     const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
-    if (plan.how == Plan::KILL && index == plan.at) { raise(SIGKILL); }
+    if (plan.how == Plan::KILL && index == plan.at) {
+        raise(SIGKILL);
+    }
     const bool done = error <= 0 || error == EEXIST || op == CLOSE; // by somebody else; a descriptor goes anyway
     ssize_t result = done ? work(error == SHORT ? 2 : 1) : -1;
-    if (error > 0) { result = -1, errno = error; }
-    if ((op == OPEN || op == OPENDIR) && result >= 0) { openFiles[static_cast<int>(result)] = path; }
+    if (error > 0) {
+        result = -1, errno = error;
+    }
+    if ((op == OPEN || op == OPENDIR) && result >= 0) {
+        openFiles[static_cast<int>(result)] = path;
+    }
     const std::string& written = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
     trace.push_back({op, name, places[path], path, written, error > 0, result < 0 ? errno : 0});
     return static_cast<int>(result);
 }
 
-static std::string pathOf(int file) { return noting && openFiles.count(file) != 0 ? openFiles[file] : ""; }
+static std::string pathOf(int file) {
+    return noting && openFiles.count(file) != 0 ? openFiles[file] : "";
+}
 
 // Also for the plug-in, loaded at run time. The headers give them the names for the width of file offsets and times.
 #define CALL(op, type, name, parameters, path, argument, work)                                                         \
@@ -65,7 +75,11 @@ extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
     const auto next = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
     struct dirent* entry = nullptr;
     pass(READDIR, "readdir", pathOf(dirfd(directory)), "", [&](size_t) { return entry = next(directory), 0; });
-    if (noting && entry != nullptr) { shown(*entry); }
+    if (noting && entry != nullptr) {
+        shown(*entry);
+    }
     return entry;
 }
-extern "C" STORESTATE_EXPORT int usleep(useconds_t) { return paused(), 0; }
+extern "C" STORESTATE_EXPORT int usleep(useconds_t) {
+    return paused(), 0;
+}

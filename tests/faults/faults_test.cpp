@@ -33,7 +33,9 @@ struct Scenario {
     {"ClusterFirstSave", "", "", FIRST, RECORD_MUST_NOT_EXIST, true},
     {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, RECORD_MAY_EXIST, true},
 };
-void PrintTo(const Scenario& scenario, std::ostream* out) { *out << scenario.name; } // for the test's name
+void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+} // for the test's name
 
 /** Exceptions of which <path> and <to> are the call's, <number> and <text> the error's. */
 const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be created in repository.",
@@ -76,10 +78,14 @@ std::string expected(const std::string& outcome) {
         const std::string number = std::to_string(call.error), text = strerror(call.error);
         for (const auto& [ops, places, result, passedOver] : RULES) {
             const bool applies = call.injected && (ops & call.op) != 0 && (places & call.place) != 0;
-            if (!applies || passedOver == call.error) { continue; }
+            if (!applies || passedOver == call.error) {
+                continue;
+            }
             const std::string decided = expand(
                 result, {{"<path>", call.path}, {"<to>", call.argument}, {"<number>", number}, {"<text>", text}});
-            if (decided == outcome || ops != STAT) { return decided; }
+            if (decided == outcome || ops != STAT) {
+                return decided;
+            }
         }
     }
     return "true";
@@ -100,7 +106,9 @@ std::string modify(int32_t mode) {
         StoreState state("1.2.3", ""); // with devices that stand in for the database's
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
-        if (!loadForModify(state, mode)) { return; }
+        if (!loadForModify(state, mode)) {
+            return;
+        }
         applyModifyOption(state, "--folder", "Main");
         applyModifyOption(state, "--fwddevice", "Z");
         done = state.save();
@@ -114,8 +122,12 @@ protected:
     Faults() {
         places = {{root, ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}, {lock, LOCK}};
         places[temporary] = TEMPORARY;
-        if (!scenario.record.empty()) { start.insert({{study, "/"}, {info, "/"}, {record, scenario.record}}); }
-        if (!scenario.list.empty()) { start[list] = scenario.list; }
+        if (!scenario.record.empty()) {
+            start.insert({{study, "/"}, {info, "/"}, {record, scenario.record}});
+        }
+        if (!scenario.list.empty()) {
+            start[list] = scenario.list;
+        }
         restore(start);
         EXPECT_EQ(call({}, scenario.mode), "true");
         plain = trace;
@@ -136,9 +148,13 @@ protected:
         ofCluster = scenario.cluster;
         trace.clear();
         const std::string outcome = modify(mode);
-        for (const Call& made : trace) { disk.apply(made); }
+        for (const Call& made : trace) {
+            disk.apply(made);
+        }
         for (Disk::State state : disk.states()) {
-            if (outcome == "true") { EXPECT_EQ(state[record], scenario.after); }
+            if (outcome == "true") {
+                EXPECT_EQ(state[record], scenario.after);
+            }
         }
         return outcome;
     }
@@ -158,8 +174,12 @@ protected:
         const std::string outcome = call(fault, scenario.mode);
         const bool renamed = lastCall(RENAME, TEMPORARY).error == 0;
         EXPECT_EQ(Workplace::read(record), renamed ? scenario.after : scenario.record);
-        if (!renamed) { EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither"; }
-        if (renamed) { EXPECT_FALSE(lastCall(OPEN, INFO).injected) << "known before the rename"; }
+        if (!renamed) {
+            EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither";
+        }
+        if (renamed) {
+            EXPECT_FALSE(lastCall(OPEN, INFO).injected) << "known before the rename";
+        }
         EXPECT_EQ(expected(outcome), outcome);
         EXPECT_EQ(openFiles.size(), 0);
         EXPECT_EQ(fs::exists(lock), lastCall(UNLINK, LOCK).injected);
@@ -186,9 +206,13 @@ TEST_P(Faults, EveryCallFails) {
         for (const int error : {EMFILE, ENOSPC, EIO, EACCES, EINTR, EDQUOT, EROFS, EINVAL, SHORT}) {
             attempt({Plan::ONCE, at, error});
             const bool triesForEver = error == EINTR && (plain[at].op == READ || plain[at].op == WRITE);
-            if (!triesForEver) { attempt({Plan::SAME, at, error}); }
+            if (!triesForEver) {
+                attempt({Plan::SAME, at, error});
+            }
         }
-        if (plain[at].op == MKDIR) { attempt({Plan::ONCE, at, EEXIST}); }
+        if (plain[at].op == MKDIR) {
+            attempt({Plan::ONCE, at, EEXIST});
+        }
         attempt({Plan::ALL, at, ENOSPC}); // not the error of the later ones
     }
 }
@@ -205,7 +229,9 @@ TEST_P(Faults, KilledAtEveryCall) {
         int status = 0;
         EXPECT_EQ(waitpid(child, &status, 0), child);
         EXPECT_EQ(WTERMSIG(status), SIGKILL);
-        for (size_t done = 0; done < at; ++done) { disk.apply(plain[done]); }
+        for (size_t done = 0; done < at; ++done) {
+            disk.apply(plain[done]);
+        }
         const std::string now = Workplace::read(record);
         EXPECT_EQ(now, now == scenario.record ? scenario.record : scenario.after);
         if (now != scenario.after) {
@@ -222,11 +248,15 @@ TEST_P(Faults, PowerIsCut) {
     for (const Call& call : plain) {
         SCOPED_TRACE(call.name + (" " + call.path));
         locked = call.place == LOCK ? call.op != UNLINK : locked;
-        if (call.op != STAT && call.op != STATFS && call.place != LOCK) { EXPECT_TRUE(locked); }
+        if (call.op != STAT && call.op != STATFS && call.place != LOCK) {
+            EXPECT_TRUE(locked);
+        }
         EXPECT_NE(call.argument, "inheritable");
         cut.apply(call);
         for (const Disk::State& state : cut.states()) {
-            if (!known.insert(state).second) { continue; }
+            if (!known.insert(state).second) {
+                continue;
+            }
             restore(state);
             const std::string now = Workplace::read(record);
             EXPECT_EQ(now, now == scenario.record ? scenario.record : scenario.after);
@@ -238,7 +268,9 @@ TEST_P(Faults, PowerIsCut) {
 constexpr int FOR_GOOD = 99;
 
 void asRecord(struct dirent& entry, bool) {
-    if (entry.d_name[0] == 'f') { strcpy(entry.d_name, "storestate.rec"); }
+    if (entry.d_name[0] == 'f') {
+        strcpy(entry.d_name, "storestate.rec");
+    }
 }
 
 /** What a host of a cluster is shown of a directory, from the given listing on and until so many pauses were made. */
@@ -267,7 +299,9 @@ TEST(Cluster, OldNamesCostNoChange) {
         const Workplace here;
         const std::string record = here.record("1.2.3");
         Workplace::write(here.legacyList("1.2.3"), "");
-        if (!listing.record.empty()) { Workplace::write(record, listing.record + TAIL); }
+        if (!listing.record.empty()) {
+            Workplace::write(record, listing.record + TAIL);
+        }
         const std::string before = Workplace::read(record);
         int pauses = 0;
         paused = [&] { ++pauses; };
@@ -277,7 +311,9 @@ TEST(Cluster, OldNamesCostNoChange) {
             const auto listings =
                 std::count_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == OPENDIR; });
             const bool wrong = listings >= listing.from && pauses < listing.until && entry.d_name != std::string("..");
-            if (wrong) { listing.show(entry, entry.d_name[0] == 's'); }
+            if (wrong) {
+                listing.show(entry, entry.d_name[0] == 's');
+            }
         };
         const bool works = listing.pauses < 7;
         EXPECT_EQ(modify(RECORD_MAY_EXIST),
@@ -299,7 +335,9 @@ TEST(Cluster, ReadsPastAListingOfWhatIsGone) {
     plan = {Plan::ONCE, 2, ESTALE}; // after it was opened and its number was looked at
     paused = [&] {
         Workplace::write(record + ".new", HEAD + TAIL);
-        if (++pauses == 2) { fs::rename(record + ".new", record); }
+        if (++pauses == 2) {
+            fs::rename(record + ".new", record);
+        }
     };
     Workplace::write(record, HEAD + "ForwardDevices=\"Q\"\n");
     EXPECT_EQ(modify(RECORD_MAY_EXIST), "true");
@@ -319,4 +357,6 @@ INSTANTIATE_TEST_SUITE_P(Calls, Faults, testing::ValuesIn(SCENARIOS), testing::P
 } // namespace
 
 /** The client library's, without any memory; all other tests bring their devices. */
-extern "C" STORESTATE_EXPORT void* mysql_init(void*) { return nullptr; }
+extern "C" STORESTATE_EXPORT void* mysql_init(void*) {
+    return nullptr;
+}

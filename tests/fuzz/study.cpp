@@ -28,17 +28,23 @@ Fields fields(const StoreState& state) {
         std::string operator()(const OFString* text) const { return *text; }
         std::string operator()(const OFUnorderedSet<OFString>* names) const {
             std::string all;
-            for (unsigned i = 0; i < names->NumberOfElements(); ++i) { all += (*names)[i] + '\0'; }
+            for (unsigned i = 0; i < names->NumberOfElements(); ++i) {
+                all += (*names)[i] + '\0';
+            }
             return all;
         }
     } text;
     Fields found;
-    for (const auto& [key, value] : recordProperties(state)) { found[std::string(key)] = std::visit(text, value); }
+    for (const auto& [key, value] : recordProperties(state)) {
+        found[std::string(key)] = std::visit(text, value);
+    }
     return found;
 }
 
 void read(StoreState& state, std::string_view text) {
-    for (RecordReader reader(state, nullptr); !text.empty();) { reader.readLine(takePiece(text)); }
+    for (RecordReader reader(state, nullptr); !text.empty();) {
+        reader.readLine(takePiece(text));
+    }
 }
 
 bool readsBack(const StoreState& state) {
@@ -52,7 +58,9 @@ void apply(StoreState& state, const std::string& name, const std::string& value)
     const Fields old = fields(state);
     try {
         applyModifyOption(state, name, value);
-    } catch (const QXException&) { REQUIRE(fields(state) == old); } // no device in a list, no database to ask
+    } catch (const QXException&) {
+        REQUIRE(fields(state) == old);
+    } // no device in a list, no database to ask
     const ModifyOption* option = findModifyOption(name.c_str());
     const std::string own = option != nullptr ? " " + std::string(option->keys) + " " : "";
     for (const auto& [key, now] : fields(state)) {
@@ -74,7 +82,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StoreState state("S", ""), again("S", "");
     read(again, text);
     REQUIRE(readsBack(again));
-    if (FUZZ_FILES) { Workplace::write(record, text), Workplace::write(list, legacy); }
+    if (FUZZ_FILES) {
+        Workplace::write(record, text), Workplace::write(list, legacy);
+    }
     state.diagnostics = nullptr;
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
     FUZZ_FILES ? REQUIRE(state.load()) : read(state, text);

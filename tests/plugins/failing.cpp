@@ -8,7 +8,13 @@ struct OwnFailure : QXIOException {
     ~OwnFailure() override { message.clear(); }
 };
 
-char* getLocation_(const char*, const char*, void*) { throw QXException(1, "%s", "100% %s of %n"); }
-char* createDirectory_(const char*, const char*, void*, bool) { throw OwnFailure(); }
-int32_t unAge_(const char*, const char*) { throw 42; }
+char* getLocation_(const char*, const char*, void*) {
+    throw QXException(1, "%s", "100% %s of %n");
+}
+char* createDirectory_(const char*, const char*, void*, bool) {
+    throw OwnFailure();
+}
+int32_t unAge_(const char*, const char*) {
+    throw 42;
+}
 __asm__(".globl freeMount_\n.set freeMount_, 0"); // a symbol without an address

@@ -25,16 +25,27 @@ int run(Kind kind, int count, int times, const std::function<bool(int worker, in
     auto* const started = static_cast<std::atomic<int>*>(counters);
     auto* const succeeded = started + 1;
     const auto all = [=](int worker) {
-        for (++*started; *started < count;) { std::this_thread::yield(); }
-        for (int time = 0; time < times; ++time) { *succeeded += work(worker, time); }
+        for (++*started; *started < count;) {
+            std::this_thread::yield();
+        }
+        for (int time = 0; time < times; ++time) {
+            *succeeded += work(worker, time);
+        }
     };
     std::vector<std::thread> threads;
     for (int worker = 0; worker < count; ++worker) {
-        if (kind == THREADS) { threads.emplace_back(all, worker); }
-        if (kind == PROCESSES && fork() == 0) { all(worker), _exit(0); }
+        if (kind == THREADS) {
+            threads.emplace_back(all, worker);
+        }
+        if (kind == PROCESSES && fork() == 0) {
+            all(worker), _exit(0);
+        }
     }
-    for (std::thread& thread : threads) { thread.join(); }
-    while (wait(nullptr) > 0) {}
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    while (wait(nullptr) > 0) {
+    }
     return *succeeded;
 }
 

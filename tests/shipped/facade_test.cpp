@@ -15,9 +15,15 @@ static std::string taken(char* path) {
     return path != nullptr ? path : "";
 }
 
-static intptr_t number(intptr_t result) { return result; }
-static intptr_t number(void* result) { return reinterpret_cast<intptr_t>(result); }
-static intptr_t number(char* result) { return taken(result) == "R/S"; }
+static intptr_t number(intptr_t result) {
+    return result;
+}
+static intptr_t number(void* result) {
+    return reinterpret_cast<intptr_t>(result);
+}
+static intptr_t number(char* result) {
+    return taken(result) == "R/S";
+}
 
 #define CALL(name, arguments) #name, #arguments, [] { return number(name arguments); }
 /** The eleven, with the recording plug-in's answer, the failure value and the end of the trace line. */
@@ -76,12 +82,16 @@ TEST_F(Facade, HandsEachCallOnOrReportsWhyNot) {
             EXPECT_EQ(call(), error.empty() ? answer : failure) << name;
             Log wanted = {{WRITTEN, LOG_DEBUG, "called " + name + " with " + trace}};
             const std::string reported = expand(error, {{"<name>", name}});
-            if (!error.empty()) { wanted.emplace_back(WRITTEN_BESIDE_SNAPSHOT, LOG_ERR, reported); }
+            if (!error.empty()) {
+                wanted.emplace_back(WRITTEN_BESIDE_SNAPSHOT, LOG_ERR, reported);
+            }
             EXPECT_EQ(takeLog(), wanted);
             EXPECT_EQ(Workplace::read(calls),
                       error.empty() ? expand(name + arguments, {{"opaque", "0xabc"}, {"flag", given}}) : "");
             EXPECT_FALSE(loaded(home != nullptr ? home : "")) << name;
-            if (error.find(loading) == 0) { break; } // for the others it is the same
+            if (error.find(loading) == 0) {
+                break;
+            } // for the others it is the same
         }
     }
     EXPECT_NE(Workplace::read(snapshotPath()).find(std::to_string(getpid()) + " "), std::string::npos);

@@ -11,22 +11,30 @@
 
 extern "C" {
 STORESTATE_EXPORT long rh_logger[] = {1, 2, 3, 4};
-STORESTATE_EXPORT void dumpPS() { ADD_FAILURE() << "the library's calls bind inside it"; }
-STORESTATE_EXPORT void getLocation() { ADD_FAILURE() << "the library's calls bind inside it"; }
+STORESTATE_EXPORT void dumpPS() {
+    ADD_FAILURE() << "the library's calls bind inside it";
+}
+STORESTATE_EXPORT void getLocation() {
+    ADD_FAILURE() << "the library's calls bind inside it";
+}
 }
 
 /** A socket /dev/log, in a /dev that only this process sees. What lies in memory there stays. */
 static int bindLogSocket() {
     const std::string user = "0 " + std::to_string(getuid()) + " 1", group = "0 " + std::to_string(getgid()) + " 1";
     if (unshare(CLONE_NEWNS) != 0) { // not root: a root of its own
-        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) { return -1; }
+        if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+            return -1;
+        }
         std::ofstream("/proc/self/uid_map") << user;
         std::ofstream("/proc/self/setgroups") << "deny";
         std::ofstream("/proc/self/gid_map") << group;
     }
     mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr); // fails in a chroot, whose mounts are private already
     const std::string memory = "/proc/self/fd/" + std::to_string(open("/dev/shm", O_PATH));
-    if (mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0) { return -1; }
+    if (mount("tmpfs", "/dev", "tmpfs", 0, nullptr) != 0) {
+        return -1;
+    }
     std::filesystem::create_directory("/dev/shm");
     mount(memory.c_str(), "/dev/shm", nullptr, MS_BIND | MS_REC, nullptr);
     const int socket = ::socket(AF_UNIX, SOCK_DGRAM, 0);
@@ -36,7 +44,9 @@ static int bindLogSocket() {
 
 TEST(Shipped, LogsToTheSystemLogAndKeepsToItself) {
     const int log = bindLogSocket();
-    if (log < 0) { GTEST_SKIP() << "no /dev/log (" << strerror(errno) << "): needs root or user namespaces"; }
+    if (log < 0) {
+        GTEST_SKIP() << "no /dev/log (" << strerror(errno) << "): needs root or user namespaces";
+    }
     const Workplace place;
     void* library = dlopen(STORESTATE_LIBRARY, RTLD_NOW | RTLD_LOCAL);
     ASSERT_NE(library, nullptr) << dlerror();

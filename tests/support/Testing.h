@@ -13,7 +13,9 @@
 /** How the QXException that `work` throws is rendered; empty when it throws none. */
 inline std::string thrown(const std::function<void()>& work) try {
     return work(), "";
-} catch (const QXException& failure) { return std::unique_ptr<char[]>(failure.toString()).get(); }
+} catch (const QXException& failure) {
+    return std::unique_ptr<char[]>(failure.toString()).get();
+}
 
 /** What has gone to the system log since the last time, for which a program with CapturedSyslog.cpp stands in. */
 enum LogCall { OPENED, WRITTEN, WRITTEN_BESIDE_SNAPSHOT, CLOSED };
@@ -23,7 +25,9 @@ Log takeLog();
 /** Keeps tables readable: puts the meaning of each mark, which the meaning itself does not contain, in its place. */
 inline std::string expand(std::string text, const std::vector<std::pair<std::string, std::string>>& marks) {
     for (const auto& [mark, meaning] : marks) {
-        for (size_t at; (at = text.find(mark)) != std::string::npos;) { text.replace(at, mark.size(), meaning); }
+        for (size_t at; (at = text.find(mark)) != std::string::npos;) {
+            text.replace(at, mark.size(), meaning);
+        }
     }
     return text;
 }

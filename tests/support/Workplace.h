@@ -10,16 +10,22 @@
 #include <unistd.h>
 
 /** Sets a variable of the environment, or unsets it for null. */
-inline void setVariable(const char* name, const char* value) { value ? setenv(name, value, 1) : unsetenv(name); }
+inline void setVariable(const char* name, const char* value) {
+    value ? setenv(name, value, 1) : unsetenv(name);
+}
 
 /** A variable that scripts/lib/with-mariadb sets for the program that it runs. */
 inline std::string serverSetting(const std::string& name) {
-    if (const char* value = getenv(name.c_str())) { return value; }
+    if (const char* value = getenv(name.c_str())) {
+        return value;
+    }
     throw std::runtime_error(name + " is not set: run scripts/lib/with-mariadb --tcp");
 }
 
 /** Where the snapshot of this process lies. */
-inline std::string snapshotPath() { return "/tmp/error_ps." + std::to_string(getpid()) + ".txt"; }
+inline std::string snapshotPath() {
+    return "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
+}
 
 /** A repository and a lock directory in a temporary folder, which goes with the object, as goes a snapshot; and the
  * environment set to them and to the supplied plug-in. The database is that of scripts/lib/with-mariadb. */
@@ -28,7 +34,9 @@ public:
     Workplace() {
         std::string pattern = (std::filesystem::temp_directory_path() / "storestate-test.XXXXXX").string();
         root = mkdtemp(pattern.data());
-        for (const std::string& directory : {locks(), repository()}) { std::filesystem::create_directory(directory); }
+        for (const std::string& directory : {locks(), repository()}) {
+            std::filesystem::create_directory(directory);
+        }
         setVariable("REPOSITORY_DICOM_DATA", repository().c_str());
         setVariable("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR);
         setVariable("LOCK_VAR", locks().c_str());

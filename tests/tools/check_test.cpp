@@ -30,7 +30,9 @@ TEST(SystemLog, NamesHowItsListenerDoes) {
         EXPECT_EQ(logListener(path.c_str()), LogListener::READS) << type;
         for (int writer = 0; writer >= 0;) { // until nothing more comes in, or can be written
             writer = socketAt(path, type, connect);
-            if (type == SOCK_DGRAM && send(writer, "x", 1, 0) < 0) { break; }
+            if (type == SOCK_DGRAM && send(writer, "x", 1, 0) < 0) {
+                break;
+            }
         }
         EXPECT_EQ(logListener(path.c_str()), LogListener::STANDS_STILL) << type;
     }
@@ -87,15 +89,23 @@ TEST(CheckMounts, KnowsTheOptionsThatGoWrong) {
 }
 
 TEST(CheckDirectories, KnowsWhatLiesInWhat) {
-    for (const char* directory : {"/", "/a", "/a/b"}) { EXPECT_TRUE(liesIn("/a/b", directory)) << directory; }
-    for (const char* other : {"/a/b/c", "/a/", "/ab", "/b"}) { EXPECT_FALSE(liesIn("/a/b", other)) << other; }
+    for (const char* directory : {"/", "/a", "/a/b"}) {
+        EXPECT_TRUE(liesIn("/a/b", directory)) << directory;
+    }
+    for (const char* other : {"/a/b/c", "/a/", "/ab", "/b"}) {
+        EXPECT_FALSE(liesIn("/a/b", other)) << other;
+    }
 }
 
 TEST(CheckDirectories, TellsWhatToDoByTheReason) {
     const char *away = "repair the mount, or the server behind it",
                *full = "free space and inodes there, or raise the quota";
-    for (const int n : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN}) { EXPECT_EQ(remedyForWriting(n), away) << n; }
-    for (const int n : {ENOSPC, EDQUOT}) { EXPECT_EQ(remedyForWriting(n), full) << n; }
+    for (const int n : {EIO, ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN}) {
+        EXPECT_EQ(remedyForWriting(n), away) << n;
+    }
+    for (const int n : {ENOSPC, EDQUOT}) {
+        EXPECT_EQ(remedyForWriting(n), full) << n;
+    }
 }
 
 TEST(CheckApart, KeepsWhatWasFoundBeforeAPartFailed) {

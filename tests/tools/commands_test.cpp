@@ -76,7 +76,9 @@ TEST(Tool, ReadsListsOfStudies) {
                 "a\xEF\xBB\xBF\n -> a\xEF\xBB\xBF|"},
                [](const string& text) {
                    string joined;
-                   for (const string& study : parseStudyList(text)) { joined += study + "|"; }
+                   for (const string& study : parseStudyList(text)) {
+                       joined += study + "|";
+                   }
                    return joined;
                });
     EXPECT_NE(thrown([] { parseStudyList("a\0b"s); }), "");
@@ -84,7 +86,9 @@ TEST(Tool, ReadsListsOfStudies) {
 
 static string joined(const Settings& settings) {
     string text;
-    for (const auto& [name, value] : settings) { text += name + "=[" + value + "]"; }
+    for (const auto& [name, value] : settings) {
+        text += name + "=[" + value + "]";
+    }
     return text;
 }
 
@@ -100,7 +104,9 @@ TEST(Tool, ReadsEnvironmentFilesAsSystemdDoes) {
 TEST(Tool, FindsTheUmaskThatFitsAMode) {
     const std::pair<mode_t, mode_t> rows[] = {{0666, 0},   {0664, 002}, {0644, 022},    {0640, 027},   {0660, 007},
                                               {0600, 077}, {0604, 072}, {0100644, 022}, {042770, 007}, {0400, 077}};
-    for (const auto& [mode, wanted] : rows) { EXPECT_EQ(fittingUmask(mode), wanted) << std::oct << mode; }
+    for (const auto& [mode, wanted] : rows) {
+        EXPECT_EQ(fittingUmask(mode), wanted) << std::oct << mode;
+    }
 }
 
 TEST(Tool, TellsDamageFromTheEarlierGeneration) {
@@ -132,5 +138,7 @@ TEST(Tool, HasARemedyForEachKindOfDatabaseError) {
         {1040, "more connections"}, {1049, "server's database"}, {1054, "and SERVICE"},
         {1146, "of services"},      {2026, "(MYSQL_UNIX_PORT)"}, {2059, "native_password"},
         {3159, "transport off"},    {4711, "database's manual"}};
-    for (const auto& [n, end] : rows) { EXPECT_NE((databaseRemedy(n) + "$").find(end + "$"), string::npos) << n; }
+    for (const auto& [n, end] : rows) {
+        EXPECT_NE((databaseRemedy(n) + "$").find(end + "$"), string::npos) << n;
+    }
 }

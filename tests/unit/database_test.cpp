@@ -38,7 +38,9 @@ TEST_F(Database, InitSaysWhatIsMissing) {
     };
     setenv("MYSQL_PWD", "never sent, or the server would refuse it", 1);
     for (const auto& [values, failure] : cases) {
-        for (size_t i = 0; i < std::size(variables); ++i) { setVariable(variables[i], values[i]); }
+        for (size_t i = 0; i < std::size(variables); ++i) {
+            setVariable(variables[i], values[i]);
+        }
         EXPECT_EQ(report(session.init()), failure.empty() ? "1 " : "0 DB_Query init" + failure);
         EXPECT_EQ(report(session.isReady()), failure.empty() ? "1 " : "0 ") << failure;
     }

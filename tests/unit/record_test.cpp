@@ -37,8 +37,12 @@ protected:
         for (const Row& row : rows) {
             SCOPED_TRACE(row.name);
             std::filesystem::remove_all(place.repository() + "/S");
-            if (row.before != "none") { Workplace::write(place.record("S"), text(row.before)); }
-            if (!row.legacyList.empty()) { Workplace::write(place.legacyList("S"), text(row.legacyList)); }
+            if (row.before != "none") {
+                Workplace::write(place.record("S"), text(row.before));
+            }
+            if (!row.legacyList.empty()) {
+                Workplace::write(place.legacyList("S"), text(row.legacyList));
+            }
             ::testing::internal::CaptureStdout(), ::testing::internal::CaptureStderr();
             const std::string failure = thrown([&] {
                 StoreState state("S", "");
@@ -146,7 +150,9 @@ TEST_F(Record, OptionsChangeItInTheirOrder) {
     }
     for (const ModifyOption& option : modifyOptions()) {
         std::istringstream keys(option.keys);
-        for (std::string key; keys >> key;) { EXPECT_NE(FULL.find("\n" + key + "=\""), FULL.npos) << key; }
+        for (std::string key; keys >> key;) {
+            EXPECT_NE(FULL.find("\n" + key + "=\""), FULL.npos) << key;
+        }
     }
 }
 

@@ -35,7 +35,9 @@ TEST_F(Store, NewRecordIsMadeUnderTheLockThatLoadTakes) {
     EXPECT_FALSE(state.exists());
     EXPECT_TRUE(state.save());
     EXPECT_TRUE(state.exists());
-    for (const std::string& directory : {study, info}) { EXPECT_EQ(mode(directory), perms(0775)) << directory; }
+    for (const std::string& directory : {study, info}) {
+        EXPECT_EQ(mode(directory), perms(0775)) << directory;
+    }
     EXPECT_EQ(mode(record), perms(0666));
     EXPECT_TRUE(state.save()) << "its own record is in nobody's way";
     EXPECT_TRUE(StoreState("S", "").save()) << "replaces what it never tried to load";
@@ -123,7 +125,9 @@ TEST_F(Store, WhatComesBetweenAnEmptyLoadAndTheSaveIsNotOverwritten) {
         const std::string failure = thrown([&] { saved = late.save(); });
         SCOPED_TRACE(name);
         EXPECT_EQ(failure.empty() ? saved ? "true" : "false" : failure, outcome);
-        if (saved) { EXPECT_EQ(Workplace::read(record).find('x'), std::string::npos); }
+        if (saved) {
+            EXPECT_EQ(Workplace::read(record).find('x'), std::string::npos);
+        }
         EXPECT_EQ(Workplace::read(list), "");
         remove_all(study);
     }
@@ -134,12 +138,16 @@ TEST_F(Store, NewFileIsNoStandardStream) { // diagnostics would go into it
         int streams[] = {dup(0), dup(1), dup(2)};
         const int next = dup(0);
         close(next);
-        for (int stream = lowestClosed; stream <= 2; ++stream) { close(stream); }
+        for (int stream = lowestClosed; stream <= 2; ++stream) {
+            close(stream);
+        }
         const std::string failure = thrown([&] { state.save(); }); // which has the plug-in open a directory
         TemporaryFile file((place.root + "/file").c_str());
         file.open();
         const std::vector<int> flags = {fcntl(lowestClosed, F_GETFD), fcntl(2, F_GETFD), fcntl(next, F_GETFD)};
-        for (int stream = 0; stream <= 2; ++stream) { dup2(streams[stream], stream), close(streams[stream]); }
+        for (int stream = 0; stream <= 2; ++stream) {
+            dup2(streams[stream], stream), close(streams[stream]);
+        }
         EXPECT_EQ(flags, (std::vector<int>{-1, -1, FD_CLOEXEC})) << lowestClosed;
         EXPECT_EQ(failure, "") << lowestClosed;
         file.write("text");
@@ -161,7 +169,9 @@ TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wa
     };
     for (const auto& [event, before, mode, locked] : cases) {
         remove_all(info);
-        for (const char* file : {"wait", event, before}) { Workplace::write(info + "/" + file, "Version=\"1\"\n"); }
+        for (const char* file : {"wait", event, before}) {
+            Workplace::write(info + "/" + file, "Version=\"1\"\n");
+        }
         StoreState late("S", "");
         EXPECT_FALSE(loadForModify(late, mode)) << event << ", before: " << before;
         EXPECT_EQ(late.semaphore.locked, locked) << event << ", before: " << before;
