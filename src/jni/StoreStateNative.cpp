@@ -38,35 +38,35 @@ jboolean withRecord(JNIEnv* env, jstring studyId, Work work) noexcept {
     }
 }
 
-/** Applies the pair of options that begins at `index`; false when a string cannot be had. */
-bool applyPair(JNIEnv* env, jobjectArray options, jsize index, StoreState& state) {
+/** Reads the pair of options that begins at `index`, which then moves on. */
+NextPair readPair(JNIEnv* env, jobjectArray options, jsize& index, OptionPair& pair) {
+    const jsize count = env->GetArrayLength(options);
+    if (index >= count) {
+        return NextPair::NONE_LEFT;
+    }
+    if (index + 1 == count) {
+        return NextPair::UNAVAILABLE;
+    }
     const JavaArrayElement nameElement(env, options, index);
     JavaString name(env, nameElement.string());
     const JavaArrayElement valueElement(env, options, index + 1);
-    JavaString value(env, valueElement.string());
+    const JavaString value(env, valueElement.string());
     if (name.text() == nullptr || value.text() == nullptr) {
-        return false;
+        return NextPair::UNAVAILABLE;
     }
-    applyModifyOption(state, name.text(), value.text());
-    name.release();
-    return true;
+    pair = {name.text(), value.text()};
+    name.release(); // in the order in which they were taken
+    index += 2;
+    return NextPair::READ;
 }
 
 bool modify(JNIEnv* env, StoreState& state, jint existenceMode, jobjectArray options) {
-    if (!loadForModify(state, existenceMode)) {
-        return false;
-    }
     if (options == nullptr) {
-        return true;
+        return loadForModify(state, existenceMode);
     }
-    const jsize count = env->GetArrayLength(options);
-    for (jsize index = 0; index < count; index += 2) {
-        const bool paired = index + 1 < count;
-        if (!paired || !applyPair(env, options, index, state)) {
-            return false;
-        }
-    }
-    return state.save();
+    jsize index = 0;
+    const auto readNext = [&](OptionPair& pair) { return readPair(env, options, index, pair); };
+    return modifyRecord(state, existenceMode, readNext) == ModifyResult::DONE;
 }
 
 } // namespace

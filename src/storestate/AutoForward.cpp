@@ -15,16 +15,16 @@ constexpr size_t QUERY_BUFFER = 256; ///< of the query's text, its terminator in
 
 void query(DB_Query& session) {
     if (session.init() == 0) {
-        throw QXException("Error connecting to MySQL");
+        throw QXException(NOT_CONNECTED);
     }
     const char* targets = getenv("TARGETTBL");
     const char* services = getenv("DEVSERVTBL");
     if (targets == nullptr || services == nullptr) {
-        throw QXException("Missing environment variables:  TARGETTBL, DEVSERVTBL");
+        throw QXException(TABLES_MISSING);
     }
     const std::string text = autoForwardQuery(targets, services);
     if (!isTableName(targets) || !isTableName(services) || session.newQuery(text.c_str()) == 0) {
-        throw QXException("Error executing query: %s", text.c_str());
+        throw QXException("%s%s", QUERY_FAILED, text.c_str());
     }
 }
 

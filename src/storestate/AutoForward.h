@@ -8,6 +8,11 @@
 
 namespace storestate {
 
+// How the messages of readAutoForwardDevices() begin.
+constexpr char NOT_CONNECTED[] = "Error connecting to MySQL";
+constexpr char TABLES_MISSING[] = "Missing environment variables:  TARGETTBL, DEVSERVTBL";
+constexpr char QUERY_FAILED[] = "Error executing query: ";
+
 /** Whether a variable may name a table so: letters, digits and underscores only, since it becomes part of the query. */
 bool isTableName(const char* name);
 

@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
 constexpr mode_t INFO_DIRECTORY_MODE = 0775;
 
 /** True: this call has made it; false: it is there already. */
@@ -34,7 +33,7 @@ using namespace storestate; // the helpers: file names, checked files, the forma
 bool StoreState::load() {
     requireRepository();
     loadBegun = true;
-    if (useLock) {
+    if (useLock && !semaphore.locked) {
         semaphore.lock(LOCK_SECONDS);
     }
     OFString path;
@@ -65,14 +64,19 @@ bool StoreState::readStored(OFString& path) {
     return true;
 }
 
-bool StoreState::save() {
-    requireRepository();
+std::string StoreState::textToSave() {
     if (version == 0) {
         addAutoForwardDevices(false);
         version = 1;
     }
-    const std::string text = formatRecord(*this);
+    std::string text = formatRecord(*this);
     requireReadable(*this, text);
+    return text;
+}
+
+bool StoreState::save() {
+    requireRepository();
+    const std::string text = textToSave();
 
     OFString directory;
     provideDirectory(directory);
@@ -104,7 +108,7 @@ bool StoreState::save() {
  */
 void StoreState::refuseUnreadRecord(const OFString& directory) {
     if (loadBegun && !recordRead && freshLook.finds(directory, recordPath(directory))) {
-        throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
+        throw QXException(1, NOT_READ, studyId.c_str());
     }
 }
 

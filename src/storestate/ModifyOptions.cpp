@@ -79,25 +79,29 @@ constexpr char OWNER_AND_STAGED[] = "StudyOwner OwnerDevice StagedDevices";
 constexpr char YES[] = "\"yes\" sets the marking, anything else clears it";
 
 constexpr ModifyOption OPTIONS[] = {
-    {"--processmode", "-p", "processing mode, one word", "ProcessMode", setText<&StoreState::processMode>},
-    {"--stagestate", "-g", "staging state, one word", "StageState", setText<&StoreState::stageState>},
-    {"--folder", "-f", "folder that the study is filed under", "Folder", setText<&StoreState::folder>},
-    {"--source", "-c", "device that the study came from", "SourceDevice", setText<&StoreState::sourceDevice>},
-    {"--archive", "-a", "device that the study is archived on", "ArchiveDevice", setText<&StoreState::archiveDevice>},
-    {"--setowner", "-o", "owner device, no longer staged; empty: owned locally", OWNER_AND_STAGED, setOwner},
-    {"--setstaged", "-s", "device that the study is staged on, no longer its owner", OWNER_AND_STAGED, setStaged},
-    {"--setreportonly", "-e", "device that is neither owner nor staged any more", OWNER_AND_STAGED, setReportOnly},
-    {"--removedevice", "-r", "device that is no owner, staged or forward device any more", DEVICE_LINES, removeDevice},
-    {"--fwddevice", "-w", "device that the study is to be forwarded to", "ForwardDevices", addForwardDevice},
-    {"--derived", "-d", "free text", "Derived", setText<&StoreState::derived>},
-    {"--sourcestudy", "-y", "free text", "SourceStudy", setText<&StoreState::sourceStudy>},
-    {"--dontedit", "-U", YES, "DontEdit", setMarking<&StoreState::dontEdit>},
-    {"--dontdelete", "-D", YES, "DontDelete", setMarking<&StoreState::dontDelete>},
-    {"--retrieved", "-R", YES, "Retrieved", setMarking<&StoreState::retrieved>},
+    {"--processmode", "-p", "processing mode, one word", "ProcessMode", false, setText<&StoreState::processMode>},
+    {"--stagestate", "-g", "staging state, one word", "StageState", false, setText<&StoreState::stageState>},
+    {"--folder", "-f", "folder that the study is filed under", "Folder", false, setText<&StoreState::folder>},
+    {"--source", "-c", "device that the study came from", "SourceDevice", false, setText<&StoreState::sourceDevice>},
+    {"--archive", "-a", "device that the study is archived on", "ArchiveDevice", false,
+     setText<&StoreState::archiveDevice>},
+    {"--setowner", "-o", "owner device, no longer staged; empty: owned locally", OWNER_AND_STAGED, false, setOwner},
+    {"--setstaged", "-s", "device that the study is staged on, no longer its owner", OWNER_AND_STAGED, false,
+     setStaged},
+    {"--setreportonly", "-e", "device that is neither owner nor staged any more", OWNER_AND_STAGED, false,
+     setReportOnly},
+    {"--removedevice", "-r", "device that is no owner, staged or forward device any more", DEVICE_LINES, false,
+     removeDevice},
+    {"--fwddevice", "-w", "device that the study is to be forwarded to", "ForwardDevices", false, addForwardDevice},
+    {"--derived", "-d", "free text", "Derived", false, setText<&StoreState::derived>},
+    {"--sourcestudy", "-y", "free text", "SourceStudy", false, setText<&StoreState::sourceStudy>},
+    {"--dontedit", "-U", YES, "DontEdit", true, setMarking<&StoreState::dontEdit>},
+    {"--dontdelete", "-D", YES, "DontDelete", true, setMarking<&StoreState::dontDelete>},
+    {"--retrieved", "-R", YES, "Retrieved", true, setMarking<&StoreState::retrieved>},
     {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", "StudyOwner OwnerDevice",
-     setStudyOwner},
+     true, setStudyOwner},
     {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's",
-     "OwnerDevice StagedDevices ForwardDevices", setAutoForwardDevices},
+     "OwnerDevice StagedDevices ForwardDevices", false, setAutoForwardDevices},
 };
 
 } // namespace
@@ -128,4 +132,34 @@ bool loadForModify(StoreState& state, int32_t existenceMode) {
     }
     const bool loaded = state.load();
     return !conditional || loaded == wanted; // the record may have come or gone meanwhile
+}
+
+OptionPairs pairsOf(const std::vector<OptionPair>& list) {
+    return [next = list.begin(), end = list.end()](OptionPair& pair) mutable {
+        if (next == end) {
+            return NextPair::NONE_LEFT;
+        }
+        pair = *next++;
+        return NextPair::READ;
+    };
+}
+
+ModifyResult applyModification(StoreState& state, int32_t existenceMode, const OptionPairs& pairs) {
+    if (!loadForModify(state, existenceMode)) {
+        return ModifyResult::WRONG_EXISTENCE;
+    }
+    OptionPair pair;
+    NextPair next = pairs(pair);
+    for (; next == NextPair::READ; next = pairs(pair)) {
+        applyModifyOption(state, pair.name, pair.value);
+    }
+    return next == NextPair::NONE_LEFT ? ModifyResult::DONE : ModifyResult::PAIR_UNAVAILABLE;
+}
+
+ModifyResult modifyRecord(StoreState& state, int32_t existenceMode, const OptionPairs& pairs) {
+    const ModifyResult applied = applyModification(state, existenceMode, pairs);
+    if (applied != ModifyResult::DONE) {
+        return applied;
+    }
+    return state.save() ? ModifyResult::DONE : ModifyResult::NO_TEMPORARY_FILE;
 }

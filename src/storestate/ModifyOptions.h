@@ -1,12 +1,13 @@
 /**
- * What `modify` does to a record: the condition on its existence, and the options. Needs no virtual machine.
- * Everything belongs to the thread that uses the record.
+ * What `modify` does to a record: the condition on its existence, the options, and the modification as a whole. Needs
+ * no virtual machine. Everything belongs to the thread that uses the record.
  */
 #ifndef STORESTATE_MODIFYOPTIONS_H
 #define STORESTATE_MODIFYOPTIONS_H
 
 #include "storestate/StoreState.h"
 
+#include <functional>
 #include <vector>
 
 /** Condition of a call on the record's existence; any other number is no condition. */
@@ -22,6 +23,7 @@ struct ModifyOption {
     const char* shortName;
     const char* meaning; ///< of the value, for people
     const char* keys;    ///< of the record's lines that it may change, with blanks between them
+    bool isMarking;      ///< the value "yes" sets a marking, any other clears it
     void (*apply)(StoreState& state, const OFString& value);
 };
 
@@ -37,10 +39,41 @@ const ModifyOption* findModifyOption(const OFString& name);
  */
 void applyModifyOption(StoreState& state, const OFString& name, const OFString& value);
 
+/** An option's name and its value. */
+struct OptionPair {
+    OFString name;
+    OFString value;
+};
+
+enum class NextPair { READ, NONE_LEFT, UNAVAILABLE };
+
+/** Yields the pairs of a call one by one. Called only after the record was loaded. */
+using OptionPairs = std::function<NextPair(OptionPair& pair)>;
+
+/** The pairs of a list, which must outlive the result. */
+OptionPairs pairsOf(const std::vector<OptionPair>& list);
+
+enum class ModifyResult {
+    DONE,
+    WRONG_EXISTENCE,   ///< the condition does not hold
+    PAIR_UNAVAILABLE,  ///< a pair could not be read; nothing was saved
+    NO_TEMPORARY_FILE, ///< StoreState::save() was false
+};
+
 /**
  * Loads the record under the condition. False: the condition does not hold (the study's lock may have been taken by
  * then; destroying the record gives it back). Throws what StoreState::exists() and StoreState::load() throw.
  */
 bool loadForModify(StoreState& state, int32_t existenceMode);
+
+/**
+ * Loads the record under the condition and applies the pairs in their order, in memory. The study's lock is taken, or
+ * `state.semaphore` holds it already, or with `useLock` cleared it is the caller's business; it stays held. Throws what
+ * loadForModify() and applyModifyOption() throw.
+ */
+ModifyResult applyModification(StoreState& state, int32_t existenceMode, const OptionPairs& pairs);
+
+/** A whole modification: applyModification(), then StoreState::save(), which gives the lock back. Throws as these. */
+ModifyResult modifyRecord(StoreState& state, int32_t existenceMode, const OptionPairs& pairs);
 
 #endif

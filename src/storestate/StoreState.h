@@ -26,6 +26,17 @@
 #include <dcmtk/ofstd/oflist.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <dcmtk/ofstd/ofuoset.h>
+#include <string>
+
+namespace storestate {
+
+// Messages of StoreState's QXException whose cause lies in the plug-in. printf formats that take the study's
+// identifier.
+constexpr char NOT_CREATED[] = "Study %s could not be created in repository.";
+constexpr char NOT_FOUND[] = "Study %s not found in repository.";
+constexpr char NOT_READ[] = "Record of study %s exists but was not read.";
+
+} // namespace storestate
 
 class StoreState {
 public:
@@ -64,14 +75,16 @@ public:
     /** Deletes the record file; false when there is none, or when it cannot be deleted. */
     bool remove();
 
+    static constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
+
     /**
-     * Takes the study's lock (waits up to 20 seconds), reads the record, and converts one of the earlier generation.
-     * True: read. False: the study has no directory or no record; no field has changed. The lock
-     * stays held either way.
+     * Takes the study's lock unless `semaphore` holds it already, reads the record, and converts one of the earlier
+     * generation. True: read. False: the study has no directory or no record; no field has changed. The lock stays
+     * held either way.
      *
-     * QXTimeoutException: the lock was not to be had. QXIOException with errno: the lock file cannot be created, or a
-     * file cannot be opened or read; ESTALE: this host of several does not get to see which file is the record.
-     * Besides, what convert() throws. After an exception the caller must not save.
+     * QXTimeoutException: another held the lock for LOCK_SECONDS. QXIOException with errno: the lock file cannot be
+     * created, or a file cannot be opened or read; ESTALE: this host of several does not get to see which file is the
+     * record. Besides, what convert() throws. After an exception the caller must not save.
      */
     bool load();
 
@@ -83,19 +96,25 @@ public:
     bool readStored(OFString& path);
 
     /**
-     * Replaces the record file and gives the study's lock back. A record without a version first takes over the
-     * auto-forward devices. The study's directory is made where needed.
+     * The text that save() writes. A record without a version first takes over the auto-forward devices and gets
+     * version 1. Writes nothing. QXException: a value that no record can carry (the message names key and study); what
+     * addAutoForwardDevices() throws.
+     */
+    std::string textToSave();
+
+    /**
+     * Replaces the record file by textToSave() and gives the study's lock back. The study's directory is made where
+     * needed.
      *
      * True: the new record is in place and survives a power cut; a legacy list that it took in is deleted. False: the
      * temporary file could not be created; nothing was written, and the lock is still held.
      *
      * Each exception leaves the old record as it was and the lock held, unless noted:
-     * QXException: a value that no record can carry (the message names key and study); a record that is there although
-     * load() did not read it; a directory that cannot be made; a rename that failed. QXIOException with errno: writing
-     * failed. If the message names the information directory, either that cannot be opened, which leaves the old record
-     * as always, or it could not be synced: the new record is then in place but may not survive a power cut. Besides,
-     * what addAutoForwardDevices() throws before anything is written, and what QXSemaphore::unlock() throws after the
-     * record was replaced.
+     * QXException: what textToSave() throws; a record that is there although load() did not read it; a directory that
+     * cannot be made; a rename that failed. QXIOException with errno: writing failed. If the message names the
+     * information directory, either that cannot be opened, which leaves the old record as always, or it could not be
+     * synced: the new record is then in place but may not survive a power cut. Besides, what QXSemaphore::unlock()
+     * throws after the record was replaced.
      */
     bool save();
 

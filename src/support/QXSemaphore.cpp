@@ -89,7 +89,7 @@ bool QXSemaphore::lockResource() {
     if (errno == EEXIST) {
         return false;
     }
-    failed("Creating semaphore failed: ", name);
+    failed(storestate::LOCKING_FAILED, name);
 }
 
 bool QXSemaphore::lock(int timeout) {
@@ -110,7 +110,7 @@ void QXSemaphore::unlock() {
         return;
     }
     if (onLockFile(*this, unlink) != 0 && errno != ENOENT) {
-        failed("Releasing semaphore failed: ", name);
+        failed(storestate::UNLOCKING_FAILED, name);
     }
     locked = false;
     forceUnlock = false;

@@ -14,6 +14,14 @@
 
 #include <string>
 
+namespace storestate {
+
+// How the messages of QXSemaphore's QXIOException begin; the semaphore's name and the system's error text follow.
+constexpr char LOCKING_FAILED[] = "Creating semaphore failed: ";
+constexpr char UNLOCKING_FAILED[] = "Releasing semaphore failed: ";
+
+} // namespace storestate
+
 class QXSemaphore {
 public:
     /**

@@ -39,12 +39,8 @@ Text answer(Work work) {
 
 bool modify(const Text& study, int mode, const Text& device) {
     StoreState state(study.c_str(), "");
-    if (!loadForModify(state, mode)) {
-        return false;
-    }
-    applyModifyOption(state, "--folder", "Main");
-    applyModifyOption(state, "--fwddevice", device.c_str());
-    return state.save();
+    const std::vector<OptionPair> pairs = {{"--folder", "Main"}, {"--fwddevice", device.c_str()}};
+    return modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE;
 }
 
 /** Each call adds a device of its own: to any of the studies, or to one after the other as soon as all parties are

@@ -106,12 +106,8 @@ std::string modify(int32_t mode) {
         StoreState state("1.2.3", ""); // with devices that stand in for the database's
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
-        if (!loadForModify(state, mode)) {
-            return;
-        }
-        applyModifyOption(state, "--folder", "Main");
-        applyModifyOption(state, "--fwddevice", "Z");
-        done = state.save();
+        const std::vector<OptionPair> pairs = {{"--folder", "Main"}, {"--fwddevice", "Z"}};
+        done = modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE;
     });
     noting = false;
     return done ? "true" : failure.empty() ? "false" : failure;

@@ -59,9 +59,10 @@ TEST(Races, FirstUseOfTheDatabaseIsSafeAndLeavesSigpipeAlone) {
 /** One call, made as the native method makes it. A wait beyond the limit of the lock is a failure, too. */
 bool modify(int study, const char* option, const std::string& value) {
     StoreState state(std::to_string(study).c_str(), "");
-    bool saved = false;
-    const auto change = [&] { applyModifyOption(state, option, value.c_str()), saved = state.save(); };
-    return thrown([&] { loadForModify(state, RECORD_MAY_EXIST), change(); }).empty() && saved;
+    const std::vector<OptionPair> pairs = {{option, value.c_str()}};
+    ModifyResult result = ModifyResult::WRONG_EXISTENCE;
+    const std::string failure = thrown([&] { result = modifyRecord(state, RECORD_MAY_EXIST, pairsOf(pairs)); });
+    return failure.empty() && result == ModifyResult::DONE;
 }
 
 /** There are so few changes that the lock is free again before anybody's time is up. */
