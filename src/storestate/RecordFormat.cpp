@@ -13,6 +13,14 @@ namespace storestate {
 namespace {
 
 constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns take
+
+// What the patterns take, for people.
+constexpr char WORD[] = "one word of at most 255 characters, without blanks";
+constexpr char FREE_TEXT[] = "at most 255 characters, no double quotes and no line breaks";
+constexpr char FOLDER[] =
+    R"(at most 255 letters without accents, digits, blanks and ] _ . , @ $ % # & * ( ) [ { } | / \ ^ ; : -)";
+constexpr char DEVICES[] = "names of 1 to 255 characters each, no blanks, double quotes or line breaks";
+
 using ValueBuffer = char[VALUE_LIMIT + 1];
 
 using Devices = OFUnorderedSet<OFString>;
@@ -53,7 +61,7 @@ struct Number {
     void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers&) const {
         state.*member = leadingNumber(value);
     }
-    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
+    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // every value comes back
     RecordProperty::Value shown(const StoreState& state) const { return state.*member; }
 };
 
@@ -83,7 +91,7 @@ struct Marking {
     void take(StoreState& state, const ValueBuffer& value, DeviceSetFillers&) const {
         state.*member = strcmp(value, "yes") == 0;
     }
-    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // always comes back
+    const OFString* lost(const StoreState&, const StoreState&) const { return nullptr; } // every value comes back
     RecordProperty::Value shown(const StoreState& state) const { return state.*member; }
 };
 
@@ -139,33 +147,34 @@ using Field = std::variant<Number, Text, Marking, DeviceList>;
 /** One kind of line. A pattern that ends with a quote takes a value that its characters bound, others one up to a
  * blank. */
 struct Property {
-    constexpr Property(const char* scanPattern, Field member)
-        : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), field(member) {}
+    constexpr Property(const char* scanPattern, const char* valueRule, Field member)
+        : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), rule(valueRule), field(member) {}
 
     std::string_view key() const { return {pattern, keyLength}; }
 
     const char* pattern; ///< begins with the key, an equals sign and the opening quote
     size_t keyLength;
+    const char* rule; ///< what the pattern takes, for people; null: every value that the field can have
     Field field;
 };
 
 /** In the order in which the lines are written. */
 constexpr Property PROPERTIES[] = {
-    {R"(Version="%15s)", Number{&StoreState::version}},
-    {R"(OwnerDevice="%255s)", Text{&StoreState::ownerDevice}},
-    {R"(ProcessMode="%255s)", Text{&StoreState::processMode}},
-    {R"(StageState="%255s)", Text{&StoreState::stageState}},
-    {R"(Folder="%255[]a-zA-Z0-9 _.,@$%#&*()[{}|/\^;:-]")", Text{&StoreState::folder}},
-    {R"(SourceDevice="%255s)", Text{&StoreState::sourceDevice}},
-    {R"(ArchiveDevice="%255s)", Text{&StoreState::archiveDevice}},
-    {R"(Derived="%255[^"]")", Text{&StoreState::derived}},
-    {R"(SourceStudy="%255[^"]")", Text{&StoreState::sourceStudy}},
-    {R"(StudyOwner="%63s)", Marking{&StoreState::studyOwner}},
-    {R"(Retrieved="%63s)", Marking{&StoreState::retrieved}},
-    {R"(DontEdit="%63s)", Marking{&StoreState::dontEdit}},
-    {R"(DontDelete="%63s)", Marking{&StoreState::dontDelete}},
-    {R"(StagedDevices="%255[^"]")", DeviceList{&StoreState::stagedDevices}},
-    {R"(ForwardDevices="%255[^"]")", DeviceList{&StoreState::forwardDevices}},
+    {R"(Version="%15s)", nullptr, Number{&StoreState::version}},
+    {R"(OwnerDevice="%255s)", WORD, Text{&StoreState::ownerDevice}},
+    {R"(ProcessMode="%255s)", WORD, Text{&StoreState::processMode}},
+    {R"(StageState="%255s)", WORD, Text{&StoreState::stageState}},
+    {R"(Folder="%255[]a-zA-Z0-9 _.,@$%#&*()[{}|/\^;:-]")", FOLDER, Text{&StoreState::folder}},
+    {R"(SourceDevice="%255s)", WORD, Text{&StoreState::sourceDevice}},
+    {R"(ArchiveDevice="%255s)", WORD, Text{&StoreState::archiveDevice}},
+    {R"(Derived="%255[^"]")", FREE_TEXT, Text{&StoreState::derived}},
+    {R"(SourceStudy="%255[^"]")", FREE_TEXT, Text{&StoreState::sourceStudy}},
+    {R"(StudyOwner="%63s)", nullptr, Marking{&StoreState::studyOwner}},
+    {R"(Retrieved="%63s)", nullptr, Marking{&StoreState::retrieved}},
+    {R"(DontEdit="%63s)", nullptr, Marking{&StoreState::dontEdit}},
+    {R"(DontDelete="%63s)", nullptr, Marking{&StoreState::dontDelete}},
+    {R"(StagedDevices="%255[^"]")", DEVICES, DeviceList{&StoreState::stagedDevices}},
+    {R"(ForwardDevices="%255[^"]")", DEVICES, DeviceList{&StoreState::forwardDevices}},
 };
 
 const Property* findProperty(const char* line) {
@@ -241,7 +250,7 @@ std::string formatRecord(const StoreState& state) {
     return text;
 }
 
-void requireReadable(const StoreState& state, const std::string& text) {
+std::optional<Unstorable> findUnstorable(const StoreState& state, const std::string& text) {
     StoreState reread(state.studyId, ".");
     RecordReader reader(reread, nullptr);
     for (std::string_view rest = text; !rest.empty();) {
@@ -250,9 +259,17 @@ void requireReadable(const StoreState& state, const std::string& text) {
     for (const Property& property : PROPERTIES) {
         const OFString* lost = std::visit([&](const auto& field) { return field.lost(state, reread); }, property.field);
         if (lost != nullptr) {
-            throw QXException("Record of study %s cannot carry %.*s=\"%s\".", state.studyId.c_str(),
-                              static_cast<int>(property.keyLength), property.pattern, lost->c_str());
+            return Unstorable{property.key(), lost, property.rule};
         }
+    }
+    return std::nullopt;
+}
+
+void requireReadable(const StoreState& state, const std::string& text) {
+    const std::optional<Unstorable> unstorable = findUnstorable(state, text);
+    if (unstorable.has_value()) {
+        throw QXException("Record of study %s cannot carry %.*s=\"%s\".", state.studyId.c_str(),
+                          static_cast<int>(unstorable->key.size()), unstorable->key.data(), unstorable->value->c_str());
     }
 }
 

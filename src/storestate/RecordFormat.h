@@ -10,6 +10,7 @@
 #include "storestate/DeviceSetFiller.h"
 #include "storestate/StoreState.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -49,10 +50,17 @@ std::vector<RecordProperty> recordProperties(const StoreState& state);
 /** The lines of the record, each with its line end. A device list too long for the reader takes several lines. */
 std::string formatRecord(const StoreState& state);
 
-/**
- * Throws QXException, naming the key, the value and the study, when the reader would not make the same record of
- * `text`, which is what formatRecord() made of it.
- */
+/** A value that no record can carry. */
+struct Unstorable {
+    std::string_view key;
+    const OFString* value; ///< belongs to the record
+    const char* rule;      ///< what the key takes, for people
+};
+
+/** The first value that the reader would not get back from `text`, which is what formatRecord() made of the record. */
+std::optional<Unstorable> findUnstorable(const StoreState& state, const std::string& text);
+
+/** Throws QXException, naming the study, the key and the value, when there is such a value. */
 void requireReadable(const StoreState& state, const std::string& text);
 
 } // namespace storestate
