@@ -1,32 +1,20 @@
 /** `storestate`, the operator's tool. */
 #include "commandline/CommandLine.h"
-#include "terminal/Terminal.h"
+#include "repository/dumpPS.h"
 
 #include <clocale>
 #include <csignal>
 
-namespace {
-
-int run(const storestate::Words& words) {
-    try {
-        return storestate::runCommandLine(words);
-    } catch (const std::exception& failure) {
-        storestate::printRemark("storestate", failure.what());
-        return storestate::failureStatus(words, storestate::STATUS_FAILED);
-    }
+/**
+ * The linker sends the library's calls of dumpPS() here: the tool takes no snapshot of the processes. It names the
+ * cause of a failure itself, and a snapshot shows the environments of all processes that its caller may see.
+ */
+extern "C" void __wrap_dumpPS();
+void __wrap_dumpPS() {
 }
 
-} // namespace
-
 int main(int argc, char** argv) {
-    setlocale(LC_CTYPE, "");
-    signal(SIGPIPE, SIG_IGN); // a lock would stay; writing fails instead
-    const storestate::Words words(argv + 1, argv + argc);
-    const int status = run(words);
-    const std::string fault = storestate::outputFault();
-    if (!fault.empty()) {
-        storestate::printRemark("storestate", fault);
-        return storestate::failureStatus(words, storestate::STATUS_FAILED);
-    }
-    return status;
+    setlocale(LC_CTYPE, "C.UTF-8"); // names are UTF-8, also under cron
+    signal(SIGPIPE, SIG_IGN);       // a lock would stay; writing fails instead
+    return storestate::runCommandLine({argv + 1, argv + argc});
 }

@@ -19,7 +19,7 @@ void* loadPlugin() {
         throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is not set");
     }
     char path[PATH_BUFFER];
-    const int length = snprintf(path, sizeof path, "%s/lib/RepositoryHandler.so", home);
+    const int length = snprintf(path, sizeof path, "%s%s", home, PLUGIN_FILE);
     if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
         throw QXException("dlopen error: %s", "REPOSITORY_HANDLER_HOME is too long");
     }

@@ -4,6 +4,8 @@
 
 namespace storestate {
 
+constexpr char PLUGIN_FILE[] = "/lib/RepositoryHandler.so"; ///< below REPOSITORY_HANDLER_HOME
+
 /** Loads the plug-in; its handle is for dlclose(). QXException, "dlopen error: ...", when that is not possible. */
 void* loadPlugin();
 

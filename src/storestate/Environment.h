@@ -1,8 +1,16 @@
-/** The environment variables that the library reads: the one list, for whoever needs them all. */
+/** The environment variables that the library reads. */
 #ifndef STORESTATE_ENVIRONMENT_H
 #define STORESTATE_ENVIRONMENT_H
 
+#include <cstdlib>
+
 namespace storestate {
+
+/** The variable's value; the empty text when it is not set. */
+inline const char* environmentValue(const char* variable) {
+    const char* value = getenv(variable);
+    return value != nullptr ? value : "";
+}
 
 struct EnvironmentVariable {
     const char* name;

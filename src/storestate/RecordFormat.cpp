@@ -209,12 +209,12 @@ const char* skipWhiteSpace(const char* text) {
 RecordReader::RecordReader(StoreState& target, FILE* diagnosticStream) : state(target), diagnostics(diagnosticStream) {
 }
 
-void RecordReader::readLine(std::string_view line) {
+LineKind RecordReader::readLine(std::string_view line) {
     char buffer[PIECE_LIMIT + 1];
     buffer[line.copy(buffer, PIECE_LIMIT)] = '\0';
     const char* text = skipWhiteSpace(buffer);
     if (*text == '\0' || *text == '#') {
-        return;
+        return LineKind::BLANK;
     }
     const Property* property = findProperty(text);
     if (property == nullptr) {
@@ -222,15 +222,15 @@ void RecordReader::readLine(std::string_view line) {
             fprintf(diagnostics, "Invalid line: %s\n", text);
             fflush(diagnostics);
         }
-        return;
+        return LineKind::INVALID;
     }
     ValueBuffer value;
     const size_t scanned = property->keyLength; // the key has been compared already
-    if (!state.readProperty(text + scanned, property->pattern + scanned, value) ||
-        !trimUnclosedValue(text, *property, value)) {
-        return;
+    if (state.readProperty(text + scanned, property->pattern + scanned, value) &&
+        trimUnclosedValue(text, *property, value)) {
+        std::visit([&](const auto& field) { field.take(state, value, fillers); }, property->field);
     }
-    std::visit([&](const auto& field) { field.take(state, value, fillers); }, property->field);
+    return LineKind::KNOWN;
 }
 
 std::vector<RecordProperty> recordProperties(const StoreState& state) {

@@ -18,6 +18,8 @@
 
 namespace storestate {
 
+enum class LineKind { BLANK, KNOWN, INVALID }; ///< blank or a comment, with a record's key, without one
+
 /** Takes the lines of a record into a StoreState, in any order; what no line names stays as it is. */
 class RecordReader {
 public:
@@ -28,7 +30,7 @@ public:
      * Applies one line, with or without its line end. Blank lines, comments and values that the key's pattern does not
      * take are passed over. A NUL ends the line.
      */
-    void readLine(std::string_view line);
+    LineKind readLine(std::string_view line);
 
 private:
     StoreState& state;

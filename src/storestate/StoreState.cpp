@@ -1,11 +1,11 @@
 #include "storestate/StoreState.h"
 
 #include "repository/RepositoryFacade.h"
+#include "storestate/Environment.h"
 #include "storestate/StudyPaths.h"
 #include "support/QXException.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,8 +14,7 @@ namespace {
 
 /** The repository root as the environment names it now. */
 const char* repositoryRoot() {
-    const char* root = getenv("REPOSITORY_DICOM_DATA");
-    return root != nullptr ? root : "";
+    return storestate::environmentValue("REPOSITORY_DICOM_DATA");
 }
 
 /** Takes over a path that the facade returned; false when it returned none. */

@@ -1,43 +1,50 @@
-#include "check/CheckReport.h"
-#include "check/SystemLog.h"
+#include "check/Parts.h"
 
-#include "support/SyslogFacility.h"
-
-#include <cstdlib>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
 
-constexpr char LOG_SOCKET[] = "/dev/log";
+constexpr int PATIENCE = 1000; ///< milliseconds
 
-void checkFacility(CheckReport& report, const char* variable) {
-    const char* value = getenv(variable);
-    const std::string name = value != nullptr ? value : "";
-    if (value == nullptr) {
-        report.good(variable, "not set: local0");
-    } else if (syslogFacility(value).has_value()) {
-        report.good(variable, name);
-    } else {
-        report.note(variable, name + " is none of local0 to local7 and counts as local0", "write it as local0");
-    }
+/** Connects to the log without writing. True: somebody listens; `reads` says whether a line would be taken. */
+bool connects(const char* path, int type, bool& reads) {
+    struct sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path, sizeof address.sun_path - 1);
+    const int log = socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const bool connected = connect(log, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    const bool isQueueFull = !connected && errno == EAGAIN;
+    pollfd writable = {log, POLLOUT, 0};
+    reads = connected && poll(&writable, 1, PATIENCE) == 1;
+    close(log);
+    return connected || isQueueFull;
 }
 
 } // namespace
 
-void checkSystemLog(CheckReport& report) {
-    checkFacility(report, "LOG_FACILITY");
-    checkFacility(report, "LOG_OPER_FACILITY");
-    const LogListener listener = logListener(LOG_SOCKET);
-    if (listener == LogListener::READS) {
-        report.good("system log", LOG_SOCKET);
-    } else if (listener == LogListener::STANDS_STILL) {
-        report.bad("system log", std::string("nobody reads ") + LOG_SOCKET + ": calls hang there and hold their locks",
-                   "restart the system log; the calls then go on");
-    } else {
-        report.note("system log",
-                    std::string("nobody listens at ") + LOG_SOCKET + ": what the plug-in fails at is lost",
-                    "start a system log, or pass its socket into the container");
+Finding logFinding(const char* path) {
+    bool reads = false;
+    if (!connects(path, SOCK_DGRAM, reads) && !connects(path, SOCK_STREAM, reads)) {
+        return {Verdict::NOTE, "system log",
+                std::string("nobody listens at ") + path + ": the plug-in's failures are not logged",
+                "start a system log, or pass its socket into the container"};
     }
+    if (!reads) {
+        return {Verdict::BAD, "system log",
+                std::string("nobody reads ") + path + ": calls hang there and hold their locks",
+                "restart the system log; the calls then continue"};
+    }
+    return {Verdict::GOOD, "system log", path, ""};
+}
+
+void checkSystemLog(const Report& report) {
+    report(logFinding("/dev/log"));
 }
 
 } // namespace storestate

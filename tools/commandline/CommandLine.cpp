@@ -1,110 +1,244 @@
 #include "commandline/CommandLine.h"
 
-#include "commandline/Completion.h"
-#include "commands/Failure.h"
-#include "process/Identity.h"
-#include "process/ServerEnvironment.h"
-#include "terminal/Suggestion.h"
-#include "terminal/Terminal.h"
+#include "check/Check.h"
+#include "commands/Commands.h"
+#include "diagnosis/Explanation.h"
+#include "process/Caller.h"
+#include "storestate/StudyLock.h"
+#include "terminal/Status.h"
+#include "terminal/Text.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
+#include <iostream>
+#include <map>
 #include <sstream>
 
 namespace storestate {
 namespace {
 
-bool contains(const Words& words, const std::string& word) {
-    return std::find(words.begin(), words.end(), word) != words.end();
-}
+using Words = std::vector<std::string>;
 
-/** Takes what stands behind the first "--" away from the parser. */
-Words splitOff(Words words, Request& request) {
-    const auto separator = std::find(words.begin(), words.end(), "--");
-    request.hasSeparator = separator != words.end();
-    if (request.hasSeparator) {
-        request.behindSeparator.assign(separator + 1, words.end());
-        words.erase(separator, words.end());
-    }
-    return words;
-}
+constexpr size_t OPTION_WIDTH = 20;
+const std::map<std::string, int64_t> AGE_UNITS = {{"s", 1}, {"m", 60}, {"h", 3600}, {"d", 86400}};
 
-/** What was probably meant by words that the parser refuses; empty when nobody knows. */
-std::string hint(const CLI::App& app, const Words& words) {
-    if (words.empty() || !contains(commandNames(app), words.front())) {
-        return words.empty() ? "" : suggestion(words.front(), commandNames(app));
+/** What the command line says. */
+struct Request {
+    Studies studies;
+    std::optional<std::string> process; ///< whose environment to take
+    std::optional<int64_t> minimumAge;  ///< in seconds
+    bool allowRoot = false;
+    bool asJson = false;
+    ModifyRequest modify;
+    std::optional<Words> recordOptions; ///< of modify, behind "--"
+    ConvertRequest convert;
+    std::string lockStudy;
+    int lockSeconds = STUDY_LOCK_SECONDS;
+    CheckOptions check;
+};
+
+/** What a command does and the environment variables without which it cannot work. */
+struct Command {
+    std::function<int()> run;
+    Words variables;
+};
+
+std::vector<OptionPair> pairs(const std::optional<Words>& words) {
+    if (!words.has_value()) {
+        throw Failure("-- OPTION VALUE... is required.", STATUS_USAGE);
     }
-    const Words options = optionNames(*app.get_subcommand(words.front()));
-    const Words recordOptions = words.front() == "modify" ? modifyOptionNames() : Words();
-    for (const std::string& word : words) {
-        if (contains(recordOptions, word) && !contains(options, word)) {
-            return " Options of the record stand behind \"--\": storestate modify STUDY -- " + word + " VALUE";
+    std::vector<OptionPair> pairs;
+    for (size_t i = 0; i < words->size(); i += 2) {
+        const std::string& name = words->at(i);
+        if (findModifyOption(name.c_str()) == nullptr) {
+            throw Failure("There is no option " + name + " of a record.", STATUS_USAGE);
         }
-        if (word.front() == '-' && !contains(options, word)) {
-            return suggestion(word, options);
+        if (i + 1 == words->size()) {
+            throw Failure("Option " + name + " lacks its value.", STATUS_USAGE);
         }
+        pairs.push_back({name.c_str(), words->at(i + 1).c_str()});
     }
-    return "";
+    return pairs;
 }
 
-/** True: the words only asked for help or the version, which is printed; false: said why they are refused. */
-bool answer(const CLI::App& app, const CLI::ParseError& refused, const Words& words) {
-    std::ostringstream help;
+std::string recordOptionHelp() {
+    std::string text = "Options of the record, each with a value, behind \"--\":\n";
+    for (const ModifyOption& option : modifyOptions()) {
+        text +=
+            "  " + padded(std::string(option.shortName) + "," + option.longName, OPTION_WIDTH) + option.meaning + "\n";
+    }
+    return text;
+}
+
+/** Describes the commands to the parser; what it then reads goes to `request`, and the chosen command to `chosen`. */
+class Descriptions {
+public:
+    Descriptions(CLI::App& application, Request& parsed, Command& chosenCommand)
+        : app(application), request(parsed), chosen(chosenCommand) {
+        describeShow();
+        describeModify();
+        describeBulkCommands();
+        describeLocks();
+        describeCheck();
+    }
+
+private:
+    CLI::App* add(const char* name, const char* meaning, const Words& variables, const std::function<int()>& run) {
+        CLI::App* command = app.add_subcommand(name, meaning);
+        command->final_callback([this, run, variables] { chosen = {run, variables}; });
+        command->add_option("--env-of", request.process, "take the environment variables of this own process")
+            ->option_text("PID");
+        command->add_flag("--allow-root", request.allowRoot, "work although root calls");
+        return command;
+    }
+
+    template <class Seconds>
+    static void addWait(CLI::App* command, Seconds& seconds) {
+        command->add_option("--wait", seconds, "how long to wait for a lock")
+            ->option_text("SECONDS")
+            ->check(CLI::Range(0, 1000000));
+    }
+
+    void addAge(CLI::App* command) {
+        command->add_option("--older-than", request.minimumAge, "only locks of at least this age: 90s, 10m, 2h, 3d")
+            ->option_text("AGE")
+            ->transform(CLI::AsNumberWithUnit(AGE_UNITS, CLI::AsNumberWithUnit::UNIT_REQUIRED));
+    }
+
+    void describeShow() {
+        CLI::App* show = add("show", "Print records as they are stored", READING,
+                             [this] { return showRecords(request.studies, request.asJson); });
+        show->add_option("STUDY", request.studies, "study identifiers")->required();
+        show->add_flag("--json", request.asJson, "for scripts");
+    }
+
+    void describeModify() {
+        CLI::App* modify = add("modify", "Change a record: -- OPTION VALUE...", WRITING, [this] {
+            request.modify.options = pairs(request.recordOptions);
+            return modifyRecord(request.modify);
+        });
+        modify->add_option("STUDY", request.modify.study, "study identifier")->required();
+        modify->add_flag("--new", request.modify.isNew, "make the record, which must not exist yet");
+        modify->add_flag("--dry-run", request.modify.dryRun,
+                         "only report what would change, or why the call would fail");
+        addWait(modify, request.modify.lockSeconds);
+        modify->footer(recordOptionHelp());
+    }
+
+    void describeBulkCommands() {
+        ConvertRequest& parsed = request.convert;
+        CLI::App* convert = add("convert", "Convert records of the earlier generation", WRITING,
+                                [&parsed] { return convertRecords(parsed); });
+        convert->add_option("STUDY", parsed.studies, "study identifiers; - reads them from standard input, one a line")
+            ->required();
+        convert->add_flag("--dry-run", parsed.dryRun, "only report what would change");
+        addWait(convert, parsed.lockSeconds);
+
+        CLI::App* verify = add("verify", "Find records and lists that are not in order", WRITING,
+                               [this] { return verifyRecords(request.studies); });
+        verify->add_option("STUDY", request.studies,
+                           "study identifiers; - reads them from standard input; none: all studies");
+        add("studies", "List all studies of the repository", {"REPOSITORY_DICOM_DATA"}, listStudies);
+    }
+
+    void describeLocks() {
+        const Words variables = {"LOCK_VAR"};
+        CLI::App* lock = add("lock", "Take a study's lock and keep it", variables,
+                             [this] { return takeLockForGood(request.lockStudy, request.lockSeconds); });
+        lock->add_option("STUDY", request.lockStudy, "study identifier")->required();
+        addWait(lock, request.lockSeconds);
+
+        CLI::App* unlock = add("unlock", "Remove old locks, whoever took them", variables,
+                               [this] { return removeLocks(request.studies, request.minimumAge); });
+        unlock->add_option("STUDY", request.studies, "study identifiers; with --older-than none: all that are locked");
+        addAge(unlock);
+
+        CLI::App* locks = add("locks", "List the locks that are held, oldest first", variables,
+                              [this] { return listLocks(request.minimumAge.value_or(0), request.asJson); });
+        addAge(locks);
+        locks->add_flag("--json", request.asJson, "for scripts");
+    }
+
+    void describeCheck() {
+        CLI::App* check = add("check", "Tell whether the library would work here", {},
+                              [this] { return checkEnvironment(request.check); });
+        check->add_flag("--json", request.check.asJson, "for scripts");
+        check->add_flag("--monitor", request.check.asMonitor,
+                        "one line first, and the statuses of monitoring plug-ins");
+    }
+
+    const Words READING = {"REPOSITORY_DICOM_DATA", "REPOSITORY_HANDLER_HOME"};
+    const Words WRITING = {"REPOSITORY_DICOM_DATA", "REPOSITORY_HANDLER_HOME", "LOCK_VAR"};
+
+    CLI::App& app;
+    Request& request;
+    Command& chosen;
+};
+
+/** Prints help, the version, or why the words are refused. */
+int answer(const CLI::App& app, const CLI::ParseError& refused) {
     std::ostringstream complaint;
-    const int status = app.exit(refused, help, complaint);
-    printf("%s", help.str().c_str()); // of --help and --version
+    const int status = app.exit(refused, std::cout, complaint);
     for (const std::string& line : splitLines(complaint.str())) {
         fprintf(stderr, "%s\n", printable(line).c_str());
     }
-    const std::string meant = status != 0 ? hint(app, words) : "";
-    if (!meant.empty()) {
-        fprintf(stderr, "%s\n", printable(meant.substr(1)).c_str());
-    }
-    return status == 0;
+    return status == 0 ? STATUS_DONE : STATUS_USAGE;
 }
 
-/** Takes environment and identity over, in this order: another's environment is root's to read. False: said why not. */
-bool prepare(Request& request, const std::string& command) {
-    std::string fault = takeEnvironment(request.process, request.environmentFiles);
-    if (fault.empty()) {
-        fault = missingVariables(request.variables, environmentSource(request.process, request.environmentFiles));
+/** `answered` becomes true when the status is that of the command, or when help was all that was asked for. */
+int parseAndRun(const Words& words, bool& answered) {
+    Request request;
+    Command command;
+    CLI::App app("Shows and changes the store-state records of a DICOM archive.", "storestate");
+    app.set_version_flag("--version", STORESTATE_VERSION);
+    app.require_subcommand(1);
+    app.footer("storestate COMMAND --help tells more.");
+    const Descriptions descriptions(app, request, command);
+
+    Words parsed = words;
+    const auto separator = std::find(parsed.begin(), parsed.end(), "--");
+    if (words.front() == "modify" && separator != parsed.end()) { // the parser must not see the record's options
+        request.recordOptions = Words(separator + 1, parsed.end());
+        parsed.erase(separator, parsed.end());
     }
-    if (fault.empty() && (request.rights != Rights::CALLER || !request.user.empty())) {
-        fault = takeIdentity(request.user);
-        if (request.rights == Rights::OWNER_IF_POSSIBLE && request.user.empty()) {
-            request.check.identityFault.swap(fault);
+    std::reverse(parsed.begin(), parsed.end()); // as the parser wants them
+    try {
+        app.parse(parsed);
+    } catch (const CLI::ParseError& refused) {
+        const int status = answer(app, refused);
+        answered = status == STATUS_DONE;
+        return status;
+    }
+    return guarded(words.front(), [&] {
+        if (!request.allowRoot) {
+            refuseRoot(words);
         }
-    }
-    if (!fault.empty()) {
-        complain(command, fault + ".", STATUS_FAILED);
-    }
-    return fault.empty();
+        if (request.process.has_value()) {
+            takeEnvironment(*request.process);
+        }
+        requireVariables(command.variables, request.process);
+        const int status = command.run();
+        answered = true;
+        return status;
+    });
+}
+
+bool isMonitor(const Words& words) {
+    return words.front() == "check" && std::find(words.begin(), words.end(), "--monitor") != words.end();
 }
 
 } // namespace
 
-int failureStatus(const Words& words, int usual) {
-    const bool monitors = !words.empty() && words.front() == "check" && contains(words, "--monitor");
-    return monitors ? STATUS_MONITOR_UNKNOWN : usual;
-}
-
 int runCommandLine(const Words& words) {
-    if (!words.empty() && words.front() == COMPLETION_COMMAND) {
-        return complete({words.begin() + 1, words.end()});
+    bool answered = false;
+    int status = parseAndRun(words, answered);
+    const std::string fault = outputFault();
+    if (!fault.empty()) {
+        status = complain("storestate", fault);
+        answered = false;
     }
-    Request request;
-    CLI::App app("Looks after the store-state records of a DICOM archive.", "storestate");
-    app.set_version_flag("--version", STORESTATE_VERSION);
-    app.require_subcommand(1);
-    app.footer("storestate COMMAND --help tells more.");
-    describeCommands(app, request);
-    const Words inFront = splitOff(words, request);
-    try {
-        app.parse(Words(inFront.rbegin(), inFront.rend())); // reversed, as the parser wants them
-        const bool ready = prepare(request, app.get_subcommands().front()->get_name());
-        return ready ? request.run() : failureStatus(words, STATUS_FAILED);
-    } catch (const CLI::ParseError& refused) {
-        return answer(app, refused, inFront) ? static_cast<int>(STATUS_DONE) : failureStatus(words, STATUS_USAGE);
-    }
+    return answered || !isMonitor(words) ? status : STATUS_MONITOR_UNKNOWN;
 }
 
 } // namespace storestate

@@ -1,127 +1,87 @@
-#include "bulk/BulkRun.h"
-#include "bulk/StudyList.h"
 #include "commands/Commands.h"
-#include "commands/Failure.h"
-#include "commands/StudyWork.h"
-#include "record/RecordChange.h"
+#include "diagnosis/Explanation.h"
+#include "locks/StudyLocks.h"
+#include "record/RecordView.h"
 #include "record/StoredRecord.h"
 #include "storestate/FileError.h"
 #include "storestate/RecordFormat.h"
+#include "studies/BulkRun.h"
+#include "studies/StudyList.h"
 #include "terminal/Interruption.h"
 
 #include <cerrno>
-#include <ctime>
-#include <unistd.h>
 
 namespace storestate {
 namespace {
 
-/** What has become of the studies. */
+/** What became of the studies. */
 struct Counts {
     size_t converted = 0;
-    size_t withNothingSet = 0; ///< of those converted
     size_t unchanged = 0;
+    size_t locked = 0;
     size_t failed = 0;
 };
 
-/** Keeps a damaged record under a second name, which tells the time; returns that. */
-std::string keepOriginal(const std::string& path) {
-    char date[32];
-    const time_t now = time(nullptr);
-    struct tm utc = {};
-    strftime(date, sizeof date, "%Y%m%dT%H%M%SZ", gmtime_r(&now, &utc));
-    std::string copy = path + ".damaged." + date;
-    errno = 0;
-    if (link(path.c_str(), copy.c_str()) != 0) {
-        throwFileError("Keeping the original failed: ", copy.c_str());
+/** Loads the record, which converts it, and saves it if that changed it. */
+int convertLoaded(const ConvertRequest& request, StoreState& state, Counts& counts) {
+    const std::string study = state.studyId.c_str();
+    StoredRecord current(study); // as it is under the lock
+    current.require();
+    current.reportInvalidLines();
+    if (!current.text.damage.empty()) {
+        throw Failure(current.text.damage);
     }
-    return copy;
-}
-
-/** One study of the run. */
-class Conversion {
-public:
-    Conversion(const ConvertRequest& conversionRequest, const std::string& studyId, Counts& runCounts)
-        : request(conversionRequest), study(studyId), counts(runCounts), record(studyId) {}
-
-    int run(const Patience& patience) {
-        StoreState state(study.c_str(), "");
-        state.diagnostics = nullptr;
-        if (!record.read()) {
-            return complain(study, record.absence(), STATUS_EXISTENCE);
-        }
-        int status = prepareWriting(record);
-        if (status == STATUS_DONE && !request.dryRun) {
-            status = takeLock(state, patience);
-        }
-        return status == STATUS_DONE ? convert(state) : status;
-    }
-
-private:
-    int convert(StoreState& state) {
-        StoredRecord current(study); // as it is under the lock
-        if (!current.read()) {
-            return complain(study, current.absence(), STATUS_EXISTENCE);
-        }
-        reportInvalidLines(current);
-        const std::string objection = current.text.objection();
-        if (!objection.empty() && !request.damaged) {
-            return complain(study, objection + " --damaged converts it and keeps the original.", STATUS_FAILED);
-        }
-        state.useLock = false; // it is taken already, or not needed
-        state.load();
-        const std::string before = formatRecord(current.state);
-        const std::string after = formatRecord(state);
-        const bool changes = before != after || !objection.empty();
-        if (changes && request.dryRun) {
-            requireReadable(state, after);
-            printChange(study, before, after);
-        } else if (changes) {
-            replace(state, current);
-        }
-        if (!objection.empty()) {
-            printRemark(study, objection + (current.text.isLegible ? " Look whether what was left of it is right."
-                                                                   : " Nothing of it was legible: it begins anew."));
-        }
-        ++(changes ? counts.converted : counts.unchanged);
-        counts.withNothingSet += changes && current.text.setsNothing ? 1 : 0;
+    state.load();
+    const std::string before = formatRecord(current.state);
+    const std::string after = withValueRule(state, [&] { return state.textToSave(); });
+    if (before == after) {
+        ++counts.unchanged;
         return STATUS_DONE;
     }
-
-    void replace(StoreState& state, const StoredRecord& current) const {
-        if (!current.text.objection().empty()) {
-            printRemark(study, "The original is kept as " + keepOriginal(current.path));
-        }
-        state.useLock = true; // to be given back
-        saveOrThrow(state, current);
+    errno = 0;
+    if (request.dryRun) {
+        printChange(study, before, after);
+    } else if (!state.save()) {
+        throwFileError("Creating the temporary record file failed: ", current.writingDirectory().c_str());
     }
+    ++counts.converted;
+    return STATUS_DONE;
+}
 
-    const ConvertRequest& request;
-    std::string study;
-    Counts& counts;
-    StoredRecord record;
-};
+int convert(const ConvertRequest& request, const std::string& study, int lockSeconds, Counts& counts) {
+    StoredRecord(study).require(); // before a lock is taken
+    StoreState state(study.c_str(), "");
+    state.diagnostics = nullptr;
+    state.useLock = !request.dryRun;
+    if (!request.dryRun) {
+        takeLock(state, lockSeconds);
+    }
+    return convertLoaded(request, state, counts);
+}
+
+void print(const Counts& counts, const ConvertRequest& request, size_t all) {
+    printf("%s %zu, unchanged %zu, locked %zu, failed %zu, of %zu\n",
+           request.dryRun ? "would be converted" : "converted", counts.converted, counts.unchanged, counts.locked,
+           counts.failed, all);
+}
 
 } // namespace
 
 int convertRecords(const ConvertRequest& request) {
-    return guarded("convert", [&]() -> int {
-        const Studies studies = collectStudies(request.studies);
-        const Interruption interruption;
-        Counts counts;
-        const BulkRun run = {"convert", request.lockSeconds, !request.dryRun};
-        const int status = workThrough(run, studies, [&](const std::string& study, const Patience& patience) {
-            const int result = guarded(study, [&] { return Conversion(request, study, counts).run(patience); });
-            counts.failed += result != STATUS_DONE && result != PUT_BACK && result != Interruption::status() ? 1 : 0;
-            return result;
-        });
-        printf("%s %zu, unchanged %zu, failed %zu, of %zu\n", request.dryRun ? "would be converted" : "converted",
-               counts.converted, counts.unchanged, counts.failed, studies.size());
-        if (counts.withNothingSet > 0) {
-            printf("with nothing set before: %zu\n", counts.withNothingSet);
-        }
-        return status;
+    const Studies studies = collectStudies(request.studies);
+    // Several locked studies must not add up their waits; the run can be repeated for them.
+    const int lockSeconds = request.lockSeconds.value_or(studies.size() > 1 ? 0 : StoreState::LOCK_SECONDS);
+    Counts counts;
+    deferSignals();
+    const int status = workThrough("convert", studies, !request.dryRun, [&](const std::string& study) {
+        const int result = guardedStudy(study, [&] { return convert(request, study, lockSeconds, counts); });
+        counts.locked += result == STATUS_TIMEOUT ? 1 : 0;
+        const bool interrupted = notedSignal() != 0 && result == signalStatus();
+        counts.failed += result != STATUS_DONE && result != STATUS_TIMEOUT && !interrupted ? 1 : 0;
+        return result;
     });
+    print(counts, request, studies.size());
+    return status;
 }
 
 } // namespace storestate

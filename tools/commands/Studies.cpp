@@ -1,21 +1,27 @@
-#include "bulk/StudyList.h"
 #include "commands/Commands.h"
-#include "commands/Failure.h"
-#include "commands/StudyWork.h"
-#include "terminal/Terminal.h"
+#include "studies/StudyList.h"
+#include "terminal/Status.h"
+#include "terminal/Text.h"
+
+#include <algorithm>
 
 namespace storestate {
 
 int listStudies() {
-    return guarded("studies", [] {
-        const StudiesFound found = findStudies();
-        for (const std::string& study : found.studies) {
-            if (study.find('\n') == std::string::npos) { // which no list could hold
-                printf("%s\n", (isTerminal(stdout) ? printable(study) : study).c_str());
-            }
+    StudyWalk walk = walkStudies();
+    int status = STATUS_DONE;
+    std::sort(walk.studies.begin(), walk.studies.end());
+    for (const std::string& study : walk.studies) {
+        if (study.find('\n') != std::string::npos) {
+            status = complain("studies", study + ": a list cannot hold this name, which has a line feed in it");
+        } else {
+            printf("%s\n", (isTerminal(stdout) ? printable(study) : study).c_str());
         }
-        return complainAboutUnreadable(found, "studies");
-    });
+    }
+    for (const std::string& fault : walk.unreadable) {
+        status = complain("studies", fault);
+    }
+    return status;
 }
 
 } // namespace storestate

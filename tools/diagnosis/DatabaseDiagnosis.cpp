@@ -23,6 +23,10 @@ constexpr char CONNECT[] =
     "(SHOW VARIABLES LIKE 'require_secure_transport'): use its socket (MYSQL_UNIX_PORT)";
 constexpr char READ[] = "see that DBNAME is right, and let the user of ARQ_USER read both tables: GRANT SELECT";
 
+constexpr char SETTINGS[] =
+    "set DBNAME, TARGETTBL and DEVSERVTBL, and MYSQL_UNIX_PORT or MYSQL_HOST and MYSQL_TCP_PORT, "
+    "as the server has them; a table's name has only letters, digits and underscores";
+
 constexpr Remedy REMEDIES[] = {
     {2002, REACH},
     {2003, REACH},
@@ -44,28 +48,14 @@ constexpr Remedy REMEDIES[] = {
     {3159, "the server wants TLS: use its socket (MYSQL_UNIX_PORT), or switch require_secure_transport off"},
 };
 
-/** Can be asked for the number of its last error, and what belongs to it without the session's own words. */
+/** Tells the number and the text of the client library's last error. */
 class Session : public DB_Query {
 public:
     unsigned int errorNumber() const { return connection != nullptr ? mysql_errno(connection) : 0; }
     std::string errorMessage() const { return connection != nullptr ? mysql_error(connection) : ""; }
 };
 
-/** The variable of a table that is not set or holds no name; empty when both are right. */
-std::string tableFault() {
-    for (const char* variable : {"TARGETTBL", "DEVSERVTBL"}) {
-        const char* name = getenv(variable);
-        if (name == nullptr) {
-            return std::string(variable) + " is not set";
-        }
-        if (!isTableName(name)) {
-            return std::string(variable) + "=\"" + name + "\" is no name of letters, digits and underscores";
-        }
-    }
-    return "";
-}
-
-/** The session's own words on a missing setting, without where they come from. */
+/** What the session says of a missing setting, without the name of its function. */
 std::string settingFault(const DB_Query& session) {
     const std::string text = session.errorText.text;
     const size_t colon = text.find("(): ");
@@ -73,7 +63,7 @@ std::string settingFault(const DB_Query& session) {
     return text.substr(begin, text.find('\n', begin) - begin);
 }
 
-/** MariaDB's client reports a plug-in that it cannot load under the number of the server's refusal that follows. */
+/** MariaDB's client reports a missing authentication plug-in under the number of the refusal that follows. */
 unsigned int cause(unsigned int number, const std::string& message) {
     constexpr unsigned int PLUGIN_MISSING = 2059;
     return message.find("could not be loaded") != std::string::npos ? PLUGIN_MISSING : number;
@@ -93,8 +83,7 @@ std::optional<DatabaseFault> askForDevices(StoreState& record) {
             return DatabaseFault{text + " [" + std::to_string(number) + "]", databaseRemedy(cause(number, text))};
         }
         const std::string setting = settingFault(session);
-        const std::string table = setting.empty() ? tableFault() : setting;
-        return DatabaseFault{table.empty() ? failure.message : table, "set it as the server has it"};
+        return DatabaseFault{setting.empty() ? failure.message : setting, SETTINGS};
     }
 }
 

@@ -10,13 +10,13 @@
 namespace storestate {
 
 struct DatabaseFault {
-    std::string text;   ///< what the database or the client library said, or which variable is to blame
+    std::string text;   ///< what the database or the client library said, or which variable is wrong
     std::string remedy; ///< what to do
 };
 
 /**
- * Asks for the auto-forward devices as the library does, and adds them to those of `record`. Nothing: that worked.
- * Waits for the database without limit.
+ * Asks for the auto-forward devices as the library does, and adds them to those of `record`. No fault: that worked.
+ * Waits for the database without a time limit.
  */
 std::optional<DatabaseFault> askForDevices(StoreState& record);
 

@@ -2,97 +2,90 @@
 
 #include "diagnosis/DatabaseDiagnosis.h"
 #include "diagnosis/PluginDiagnosis.h"
-#include "process/Identity.h"
-#include "support/QXSemaphore.h"
+#include "storestate/AutoForward.h"
+#include "storestate/RecordFormat.h"
 
-#include <cerrno>
 #include <string_view>
 
 namespace storestate {
 namespace {
 
-constexpr char WORD_RULE[] = "one word of at most 255 characters, without blanks";
-constexpr char TEXT_RULE[] = "at most 255 characters, no double quotes and no line breaks";
-constexpr char DEVICES_RULE[] = "names of 1 to 255 characters each, no blanks, double quotes or line breaks";
-
-struct Rule {
-    std::string_view key;
-    const char* text;
-};
-
-/** All other values that can fail are words. */
-constexpr Rule RULES[] = {
-    {"Folder",
-     R"(at most 255 letters without accents, digits, blanks and ] _ . , @ $ % # & * ( ) [ { } | / \ ^ ; : -)"},
-    {"Derived", TEXT_RULE},
-    {"SourceStudy", TEXT_RULE},
-    {"StagedDevices", DEVICES_RULE},
-    {"ForwardDevices", DEVICES_RULE},
-};
-
 bool startsWith(const std::string& text, std::string_view beginning) {
     return text.compare(0, beginning.size(), beginning) == 0;
 }
 
-std::string databaseReason() {
+std::string databaseCause() {
     StoreState probe("-", ".");
     const auto fault = askForDevices(probe);
     return fault.has_value() ? fault->text + "; " + fault->remedy : "now the database answers: try again";
 }
 
-std::string ruleFor(const std::string& message) {
-    constexpr std::string_view BEFORE = " cannot carry ";
-    const size_t found = message.find(BEFORE);
-    const size_t begin = found + BEFORE.size();
-    if (found == std::string::npos) {
-        return "";
+/** What the plug-in says when it is asked once more. */
+std::string pluginCause(const std::string& study) {
+    try {
+        makeStudy(study);
+        return "now the plug-in answers: try again";
+    } catch (const QXException& failure) {
+        return failure.message;
     }
-    const std::string key = message.substr(begin, message.find('=', begin) - begin);
-    for (const Rule& rule : RULES) {
-        if (key == rule.key) {
-            return key + " takes " + rule.text;
+}
+
+/** Empty when the message says all. */
+std::string cause(const std::string& message, const std::string& study) {
+    for (const char* beginning : {NOT_CONNECTED, TABLES_MISSING, QUERY_FAILED}) {
+        if (startsWith(message, beginning)) {
+            return databaseCause();
         }
     }
-    return key + " takes " + WORD_RULE;
-}
-
-std::string orElse(const std::string& text, const char* otherwise) {
-    return text.empty() ? otherwise : text;
-}
-
-/** What stands behind a failure that the library words so; empty when its text says it all. */
-std::string reason(const std::string& message, const std::string& study) {
-    if (startsWith(message, "Error connecting to MySQL") || startsWith(message, "Missing environment variables:") ||
-        startsWith(message, "Error executing query: ")) {
-        return databaseReason();
-    }
-    if (startsWith(message, "Creating semaphore failed: ") || startsWith(message, "Releasing semaphore failed: ")) {
+    if (startsWith(message, LOCKING_FAILED) || startsWith(message, UNLOCKING_FAILED)) {
         return "the lock directory is " + QXSemaphore("", false).lockDir;
     }
-    if (message == "Study " + study + " could not be created in repository.") {
-        return orElse(askToCreate(study).failure, "now its directory is there: try again");
+    if (message == QXException(1, NOT_CREATED, study.c_str()).message) {
+        return pluginCause(study);
     }
-    if (message == "Study " + study + " not found in repository." ||
-        message == "Record of study " + study + " exists but was not read.") {
-        return orElse(askLocation(study).failure, "the plug-in did not find it just now: try again");
+    return "";
+}
+
+std::string textOf(const QXException& failure) {
+    constexpr std::string_view NO_NUMBER = "Unknown Exception: [1] ";
+    std::string text;
+    failure.toString(text);
+    return startsWith(text, NO_NUMBER) ? text.substr(NO_NUMBER.size()) : text;
+}
+
+int guard(const std::string& subject, const std::function<int()>& work,
+          const std::function<std::string(const QXException&)>& explain) {
+    try {
+        return work();
+    } catch (const Failure& failure) {
+        return complain(subject, failure.what(), failure.status);
+    } catch (const QXException& failure) {
+        return complain(subject, explain(failure));
+    } catch (const std::exception& failure) {
+        return complain(subject, failure.what());
+    } catch (...) { // of a plug-in that breaks its rules; uncaught, it would leave the lock
+        return complain(subject, "the plug-in threw an exception of an unknown kind");
     }
-    return startsWith(message, "Record of study " + study) ? ruleFor(message) : "";
 }
 
 } // namespace
 
 std::string explained(const QXException& failure, const std::string& study) {
-    std::string text;
-    failure.toString(text);
-    constexpr std::string_view NOISE = "Unknown Exception: [1] "; // any failure that has no error number
-    if (startsWith(text, NOISE)) {
-        text.erase(0, NOISE.size());
-    }
-    std::string why = reason(failure.message, study);
-    if (why.empty() && failure.errorNumber == EACCES) {
-        why = foreignPart(askLocation(study).directory);
-    }
-    return why.empty() ? text : text + ": " + why;
+    const std::string why = cause(failure.message, study);
+    return textOf(failure) + (why.empty() ? "" : ": " + why);
+}
+
+std::string valueRule(const StoreState& state) {
+    const auto unstorable = findUnstorable(state, formatRecord(state));
+    return unstorable.has_value() ? std::string(unstorable->key) + " takes " + unstorable->rule + "." : "";
+}
+
+int guardedStudy(const std::string& study, const std::function<int()>& work) {
+    return guard(study, work, [&](const QXException& failure) { return explained(failure, study); });
+}
+
+int guarded(const std::string& command, const std::function<int()>& work) {
+    return guard(command, work, textOf);
 }
 
 } // namespace storestate

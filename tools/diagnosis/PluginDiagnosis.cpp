@@ -1,12 +1,13 @@
 #include "diagnosis/PluginDiagnosis.h"
 
+#include "files/Files.h"
 #include "repository/PluginLoader.h"
 #include "repository/RepositoryHandler.h"
+#include "storestate/Environment.h"
 #include "support/QXException.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <exception>
@@ -14,78 +15,76 @@
 #include <iterator>
 #include <memory>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace storestate {
 namespace {
 
-/** Errors of file operations that are worth telling; others may be left over from anything that a plug-in does. */
+/** Errors worth reporting when a plug-in answers null. It may have left any other in errno. */
 constexpr int TELLING[] = {EACCES, EPERM,  EIO,    ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN,   ELOOP,
                            EMFILE, ENFILE, ENOSPC, EDQUOT, EROFS,    EMLINK,    ENAMETOOLONG};
 
-std::string tellingText(int error) {
-    const bool telling = std::find(std::begin(TELLING), std::end(TELLING), error) != std::end(TELLING);
-    return telling ? std::string("the plug-in gave no directory: ") + strerror(error) : "";
-}
-
 const char* root() {
-    const char* value = getenv("REPOSITORY_DICOM_DATA");
-    return value != nullptr ? value : "";
+    return environmentValue("REPOSITORY_DICOM_DATA");
 }
 
-/** Calls an entry point; whatever it throws is gone before the plug-in is unloaded. */
-PluginAnswer ask(const char* symbol, const std::function<char*(void*)>& call) {
-    PluginAnswer answer;
-    void* plugin = nullptr;
+/** Why the repository's root is no directory that can be searched; empty when it is one. */
+std::string rootFault() {
+    std::string fault = accessFault(root(), X_OK);
+    struct stat status;
+    if (fault.empty() && stat(root(), &status) == 0 && !S_ISDIR(status.st_mode)) {
+        fault = std::string(root()) + ": " + strerror(ENOTDIR);
+    }
+    return fault.empty() ? "" : "the repository " + fault;
+}
+
+/** Calls an entry point; empty: it returned null without a reason. Whatever it throws is gone before it is unloaded. */
+std::string ask(const char* symbol, const std::function<char*(void*)>& call) {
+    std::string directory;
+    std::string failure;
+    void* plugin = loadPlugin();
     try {
-        plugin = loadPlugin();
         void* address = resolveEntryPoint(plugin, symbol);
         errno = 0;
-        const std::unique_ptr<char[]> directory(address != nullptr ? call(address) : nullptr);
+        const std::unique_ptr<char[]> returned(address != nullptr ? call(address) : nullptr);
         const int error = errno;
-        (directory != nullptr ? answer.directory : answer.failure) =
-            directory != nullptr ? directory.get() : tellingText(error);
-    } catch (const QXException& failure) {
-        answer.failure = failure.message.empty() ? "the plug-in failed" : failure.message;
-    } catch (const std::exception& failure) {
-        answer.failure = std::string("the plug-in threw what it must not: ") + failure.what();
+        if (returned != nullptr) {
+            directory = returned.get();
+        } else if (std::find(std::begin(TELLING), std::end(TELLING), error) != std::end(TELLING)) {
+            failure = std::string("the plug-in gave no directory: ") + strerror(error);
+        }
+    } catch (const QXException& thrown) {
+        failure = thrown.message.empty() ? "the plug-in failed" : thrown.message;
+    } catch (const std::exception& thrown) {
+        failure = std::string("the plug-in threw an exception that it must not throw: ") + thrown.what();
     } catch (...) {
-        answer.failure = "the plug-in threw what it must not";
+        failure = "the plug-in threw an exception that it must not throw";
     }
-    if (plugin != nullptr) {
-        dlclose(plugin);
+    dlclose(plugin);
+    if (directory.empty() && failure.empty()) {
+        failure = rootFault();
     }
-    return answer;
+    if (!failure.empty()) {
+        throw QXException(1, failure);
+    }
+    return directory;
 }
 
 } // namespace
 
-PluginAnswer askLocation(const std::string& study) {
-    PluginAnswer answer = ask("getLocation_", [&](void* address) {
+std::string locateStudy(const std::string& study) {
+    return ask("getLocation_", [&](void* address) {
         return reinterpret_cast<decltype(getLocation_)*>(address)(root(), study.c_str(), nullptr);
     });
-    const std::string fault = answer.failure.empty() ? repositoryFault() : "";
-    return fault.empty() ? answer : PluginAnswer{"", fault};
 }
 
-PluginAnswer askToCreate(const std::string& study) {
-    PluginAnswer answer = ask("createDirectory_", [&](void* address) {
+std::string makeStudy(const std::string& study) {
+    std::string directory = ask("createDirectory_", [&](void* address) {
         return reinterpret_cast<decltype(createDirectory_)*>(address)(root(), study.c_str(), nullptr, false);
     });
-    if (answer.directory.empty() && answer.failure.empty()) {
-        const std::string fault = repositoryFault();
-        answer.failure = fault.empty() ? "the plug-in gave no directory and no reason" : fault;
+    if (directory.empty()) {
+        throw QXException(1, "%s", "the plug-in gave no directory and no reason");
     }
-    return answer;
-}
-
-std::string repositoryFault() {
-    const std::string what = std::string("the repository ") + root() + ": ";
-    struct stat status;
-    if (stat(root(), &status) != 0 || access(root(), X_OK) != 0) {
-        return what + strerror(errno);
-    }
-    return S_ISDIR(status.st_mode) ? "" : what + strerror(ENOTDIR);
+    return directory;
 }
 
 } // namespace storestate

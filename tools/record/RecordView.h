@@ -1,22 +1,25 @@
-/** A record laid out for people and for scripts. */
+/** A record for people and for scripts. */
 #ifndef TOOLS_RECORD_RECORDVIEW_H
 #define TOOLS_RECORD_RECORDVIEW_H
 
 #include "storestate/StoreState.h"
-#include "terminal/Terminal.h"
 
 #include <nlohmann/json_fwd.hpp>
+#include <string>
 
 namespace storestate {
 
 /** Every property under its key: number, text, true or false, list of names. */
 nlohmann::ordered_json recordJson(const StoreState& state);
 
-/**
- * The way of the study through its devices as a small picture, then the other properties that are set, one per line.
- * The picture uses line-drawing characters where the locale has them.
- */
-std::string recordPicture(const StoreState& state, const Style& style);
+/** "  <key>  <value>", untrusted text made safe. */
+std::string propertyLine(const std::string& key, const std::string& value);
+
+/** The properties that are set, a line each. */
+std::string propertyLines(const StoreState& state);
+
+/** Prints the lines that the study's record loses, marked "-", and those that it gains, marked "+", under its name. */
+void printChange(const std::string& study, const std::string& before, const std::string& after);
 
 } // namespace storestate
 

@@ -5,7 +5,10 @@
 #include "storestate/RecordFormat.h"
 #include "storestate/StudyPaths.h"
 #include "storestate/TextFile.h"
-#include "support/QXException.h"
+#include "terminal/Status.h"
+
+#include <algorithm>
+#include <unistd.h>
 
 namespace storestate {
 namespace {
@@ -22,33 +25,82 @@ bool readFile(const OFString& path, std::string& text) {
     return true;
 }
 
+std::string trimmed(std::string_view line) {
+    while (!line.empty() && isWhiteSpace(line.front())) {
+        line.remove_prefix(1);
+    }
+    while (!line.empty() && isWhiteSpace(line.back())) {
+        line.remove_suffix(1);
+    }
+    return std::string(line);
+}
+
+/** `lastLine`: the last one that is not blank, if it has a key of a record. */
+std::string damageIn(std::string_view text, bool isLegible, const std::string& lastLine) {
+    if (text.empty()) {
+        return "The record is damaged: it is empty.";
+    }
+    if (text.find('\0') != std::string_view::npos) {
+        return "The record is damaged: it has NUL characters.";
+    }
+    if (!isLegible) {
+        return "The record is damaged: no line of it has a key of a record.";
+    }
+    const bool isCut = !lastLine.empty() && std::count(lastLine.begin(), lastLine.end(), '"') < 2;
+    return isCut ? "The record is damaged: its last line, " + lastLine + ", lacks the closing quote." : "";
+}
+
 } // namespace
+
+RecordText readRecord(std::string_view text, StoreState& state) {
+    RecordText found;
+    RecordReader reader(state, nullptr);
+    std::string lastLine;
+    bool hasKey = false;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view line = takePiece(rest);
+        const LineKind kind = reader.readLine(line);
+        if (kind == LineKind::INVALID) {
+            found.invalidLines.push_back(trimmed(line));
+        }
+        if (kind != LineKind::BLANK) {
+            hasKey = hasKey || kind == LineKind::KNOWN;
+            lastLine = kind == LineKind::KNOWN ? trimmed(line) : "";
+        }
+    }
+    found.damage = damageIn(text, hasKey || found.invalidLines.empty(), lastLine); // comments alone are legible
+    return found;
+}
 
 StoredRecord::StoredRecord(const std::string& study) : state(study.c_str(), "") {
 }
 
 bool StoredRecord::read() {
-    const PluginAnswer answer = askLocation(state.studyId.c_str());
-    if (!answer.failure.empty()) {
-        throw QXException(1, answer.failure);
-    }
-    directory = answer.directory;
+    directory = locateStudy(state.studyId.c_str());
     path = directory.empty() ? "" : recordPath(directory.c_str()).c_str();
     std::string all;
     if (directory.empty() || !readFile(path.c_str(), all)) {
         return false;
     }
-    text = examineRecord(all);
-    RecordReader reader(state, nullptr);
-    for (std::string_view rest = all; !rest.empty();) {
-        reader.readLine(takePiece(rest));
-    }
+    text = readRecord(all, state);
     return true;
+}
+
+void StoredRecord::require() {
+    if (!read()) {
+        throw Failure(absence(), STATUS_EXISTENCE);
+    }
 }
 
 std::string StoredRecord::absence() const {
     return directory.empty() ? "The record does not exist: the repository does not know the study."
                              : "The record does not exist: " + path;
+}
+
+void StoredRecord::reportInvalidLines() const {
+    for (const std::string& line : text.invalidLines) {
+        remark(state.studyId.c_str(), "Invalid line: " + line + " (in " + path + ")");
+    }
 }
 
 std::vector<std::string> StoredRecord::legacyNames() const {
@@ -62,6 +114,14 @@ std::vector<std::string> StoredRecord::legacyNames() const {
         }
     }
     return names;
+}
+
+std::string StoredRecord::writingDirectory() const {
+    const std::string info = infoDirectoryPath(directory.c_str()).c_str();
+    if (directory.empty()) {
+        return state.repository.c_str();
+    }
+    return access(info.c_str(), F_OK) == 0 ? info : directory;
 }
 
 } // namespace storestate

@@ -1,30 +1,48 @@
 #ifndef TOOLS_RECORD_STOREDRECORD_H
 #define TOOLS_RECORD_STOREDRECORD_H
 
-#include "record/RecordText.h"
 #include "storestate/StoreState.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace storestate {
 
-/** A study's record and legacy list as they lie there: looked at without a lock, nothing converted. */
+/** What the text of a record tells besides its values. */
+struct RecordText {
+    std::vector<std::string> invalidLines; ///< neither blank nor comment, and without a key of a record
+    std::string damage;                    ///< what is broken; empty for a record that is whole
+};
+
+/** Reads the text into `state`, without diagnostics. */
+RecordText readRecord(std::string_view text, StoreState& state);
+
+/** A study's record and legacy list as they are stored: read without a lock, nothing converted. */
 class StoredRecord {
 public:
     explicit StoredRecord(const std::string& study);
 
     /**
      * Finds and reads the record. False: the repository does not know the study, or it has no record. QXException: why
-     * the plug-in could not say; QXIOException with errno: a file cannot be read.
+     * the plug-in could not say; QXIOException with errno: the file cannot be read.
      */
     bool read();
+
+    /** read(), but without a record a Failure with STATUS_EXISTENCE. */
+    void require();
 
     /** Why read() was false. */
     std::string absence() const;
 
-    /** The names of the legacy list that a conversion would take in. QXIOException with errno: it cannot be read. */
+    /** Reports the lines that have no meaning on standard error. */
+    void reportInvalidLines() const;
+
+    /** The names of the legacy list that a conversion takes in. QXIOException with errno: it cannot be read. */
     std::vector<std::string> legacyNames() const;
+
+    /** Where a save would write first: the deepest of the study's directories that exists, or the repository's root. */
+    std::string writingDirectory() const;
 
     bool isEarlier() const { return state.version == 0; }
 

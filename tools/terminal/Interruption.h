@@ -4,22 +4,19 @@
 namespace storestate {
 
 /**
- * While an object exists, a first SIGINT, SIGTERM or SIGHUP is only noted, so that the study in hand is finished and
- * its lock given back. A second one has its usual effect.
+ * From here on a first SIGINT, SIGTERM or SIGHUP is only noted, so that the study in hand is finished and its lock
+ * given back. A second one has its default effect. Signals that the caller ignores stay ignored. This lasts until the
+ * program ends: a signal that comes when the work is done does not change the exit status.
  */
-class Interruption {
-public:
-    Interruption();
-    Interruption(const Interruption&) = delete;
-    Interruption& operator=(const Interruption&) = delete;
-    ~Interruption();
+void deferSignals();
 
-    /** The number of the signal that came; 0 when none did. */
-    static int signal();
+/** The number of the signal that came; 0 when none did. */
+int notedSignal();
 
-    /** The exit status that tells of it, as a shell would. */
-    static int status() { return 128 + signal(); }
-};
+/** The exit status that tells of it, as a shell would. */
+inline int signalStatus() {
+    return 128 + notedSignal();
+}
 
 } // namespace storestate
 

@@ -1,54 +1,25 @@
 #include "terminal/Text.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
 namespace storestate {
 namespace {
 
-/** One character of UTF-8: its number and how many bytes it takes. */
-struct Character {
-    uint32_t number;
-    size_t size; ///< 0: the bytes are no UTF-8
-};
-
 struct Range {
-    uint32_t first;
-    uint32_t last;
+    wchar_t first;
+    wchar_t last;
 };
 
-/** Controls, and what sets, isolates or overrides the writing direction. */
-constexpr Range STEERING[] = {{0x0, 0x1F},      {0x7F, 0x9F},     {0x61C, 0x61C},
-                              {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
+/** Control characters, and what sets, isolates or overrides the writing direction. */
+constexpr Range UNSAFE[] = {{0x0, 0x1F},      {0x7F, 0x9F},     {0x61C, 0x61C},
+                            {0x200E, 0x200F}, {0x2028, 0x202E}, {0x2066, 0x2069}};
 
-constexpr uint32_t LARGEST = 0x10FFFF;
-
-/** The shortest form only: a longer one is a disguise. */
-Character characterAt(const std::string& text, size_t at) {
-    static constexpr uint32_t SMALLEST[] = {0, 0, 0x80, 0x800, 0x10000};
-    const auto first = static_cast<unsigned char>(text[at]);
-    if (first < 0x80) {
-        return {first, 1};
-    }
-    const size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || at + size > text.size()) {
-        return {0, 0};
-    }
-    uint32_t number = first & (0xFFU >> (size + 1));
-    for (size_t i = 1; i < size; ++i) {
-        const auto next = static_cast<unsigned char>(text[at + i]);
-        if ((next & 0xC0U) != 0x80) {
-            return {0, 0};
-        }
-        number = number << 6U | (next & 0x3FU);
-    }
-    return number >= SMALLEST[size] && number <= LARGEST ? Character{number, size} : Character{0, 0};
-}
-
-bool steers(uint32_t number) {
-    return std::any_of(std::begin(STEERING), std::end(STEERING),
-                       [number](const Range& range) { return number >= range.first && number <= range.last; });
+bool isSafe(wchar_t character) {
+    return std::none_of(std::begin(UNSAFE), std::end(UNSAFE),
+                        [=](const Range& range) { return character >= range.first && character <= range.last; });
 }
 
 } // namespace
@@ -56,13 +27,12 @@ bool steers(uint32_t number) {
 std::string printable(const std::string& text) {
     std::string safe;
     for (size_t at = 0; at < text.size();) {
-        const Character character = characterAt(text, at);
-        if (character.size == 0 || steers(character.number)) {
-            safe += '?';
-        } else {
-            safe.append(text, at, character.size);
-        }
-        at += std::max<size_t>(character.size, 1);
+        wchar_t character = 0;
+        mbstate_t state = {};
+        const size_t size = mbrtowc(&character, &text[at], text.size() - at, &state);
+        const bool isValid = size > 0 && size <= text.size() - at; // an error is a huge number, a NUL is 0
+        safe += isValid && isSafe(character) ? text.substr(at, size) : "?";
+        at += isValid ? size : 1;
     }
     return safe;
 }
@@ -85,10 +55,6 @@ std::string shellWord(const std::string& word) {
 
 std::string padded(const std::string& word, size_t width) {
     return word + std::string(word.size() < width ? width - word.size() : 1, ' ');
-}
-
-bool isNumber(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
 }
 
 std::vector<std::string> splitLines(const std::string& text) {

@@ -1,0 +1,29 @@
+/** Who calls the tool, and the library's environment variables. */
+#ifndef TOOLS_PROCESS_CALLER_H
+#define TOOLS_PROCESS_CALLER_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace storestate {
+
+/**
+ * Failure when root calls the program, with the command to type instead. The server may be unable to read what root
+ * writes, and the plug-in would run with root's rights. `words`: the command line.
+ */
+void refuseRoot(const std::vector<std::string>& words);
+
+/**
+ * Replaces the library's variables by those of a process that the calling user started; what that process does not set
+ * is unset. `process` is its number. Failure: there is no such process, it belongs to somebody else or was started
+ * through a set-user-ID program, or it has none of the variables.
+ */
+void takeEnvironment(const std::string& process);
+
+/** Failure when one of the variables is not set, or empty. `process`: where they were taken from, if from any. */
+void requireVariables(const std::vector<std::string>& names, const std::optional<std::string>& process);
+
+} // namespace storestate
+
+#endif

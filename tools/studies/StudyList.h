@@ -1,0 +1,29 @@
+/** Which studies a command works on. */
+#ifndef TOOLS_STUDIES_STUDYLIST_H
+#define TOOLS_STUDIES_STUDYLIST_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace storestate {
+
+/** The identifiers of a list: each line as it is. Failure, naming the line: it is empty or holds a NUL character. */
+std::vector<std::string> parseStudyList(const std::string& text);
+
+/** The arguments, with "-" replaced by the list on standard input. Throws as parseStudyList(). */
+std::vector<std::string> collectStudies(const std::vector<std::string>& arguments);
+
+/** What the repository holds, whatever layout its plug-in uses. */
+struct StudyWalk {
+    bool empty = true;                   ///< nothing but what a new file system has
+    std::vector<std::string> studies;    ///< names of the directories with an information directory
+    std::vector<std::string> unreadable; ///< the error of each directory that could not be read
+};
+
+/** Visits at most `limit` directories below REPOSITORY_DICOM_DATA, at most three levels down, where studies lie. */
+StudyWalk walkStudies(size_t limit = SIZE_MAX);
+
+} // namespace storestate
+
+#endif
