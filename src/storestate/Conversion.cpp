@@ -31,7 +31,7 @@ void StoreState::convert() {
 
     OFString directory;
     if (!locate(directory)) {
-        throw QXException(1, storestate::NOT_FOUND, studyId.c_str());
+        throw QXException(1, "Study %s not found in repository.", studyId.c_str());
     }
     const OFString path = storestate::legacyListPath(directory);
     storestate::TextFile list;

@@ -7,7 +7,7 @@
 
 namespace storestate {
 
-/** The device that a line of the legacy forward list names, its first word; empty for blank lines and comments. */
+/** The first word of a line of the legacy forward list, a device; empty for blank lines and comments. */
 OFString legacyDevice(std::string_view line);
 
 } // namespace storestate

@@ -3,7 +3,7 @@
 namespace storestate {
 namespace {
 
-constexpr unsigned int INDEX_FROM = 32; ///< with fewer names looking through the set is quicker than an index
+constexpr unsigned int INDEX_FROM = 32; ///< with fewer names a linear search is faster than an index
 
 std::string_view view(const OFString& name) {
     return {name.c_str(), name.length()};

@@ -1,8 +1,8 @@
 /**
- * Adds names to a device set, each once. The set itself looks through all its names for every question; from a few
- * dozen names on an index answers instead, so that a list of thousands is read in one go.
+ * Adds many names to a device set, each once. The set searches linearly; from a few dozen names on the filler uses an
+ * index, so that reading a list of thousands takes linear time.
  *
- * While a filler is in use nobody else changes its set.
+ * While a filler is in use, nobody else may change its set.
  */
 #ifndef STORESTATE_DEVICESETFILLER_H
 #define STORESTATE_DEVICESETFILLER_H
@@ -21,7 +21,7 @@ class DeviceSetFiller {
 public:
     explicit DeviceSetFiller(OFUnorderedSet<OFString>& devices);
 
-    /** Inserts `name` at the end of the set unless the set has it already. */
+    /** Inserts `name` at the end of the set unless the set contains it. */
     void add(const OFString& name);
 
     /** Adds the non-empty pieces of `list` between single spaces. */
@@ -33,11 +33,11 @@ private:
     bool contains(const OFString& name);
 
     OFUnorderedSet<OFString>& set;
-    std::pmr::monotonic_buffer_resource memory;      ///< of the index: taken in big pieces, given back at once
-    std::pmr::unordered_set<std::string_view> index; ///< views of the set's own names, of the first so many of them
+    std::pmr::monotonic_buffer_resource memory;      ///< of the index, freed as a whole
+    std::pmr::unordered_set<std::string_view> index; ///< views of the first names of the set
 };
 
-/** The fillers of several sets, each made when it is first asked for. */
+/** The fillers of several sets, each made on first use. */
 class DeviceSetFillers {
 public:
     DeviceSetFiller& of(OFUnorderedSet<OFString>& devices);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char WRITING_FAILED[] = "Writing file failed: ";
 
-/** As write(2), but not stopped by signals and short writes. */
+/** Writes everything, despite signals and short writes. */
 bool writeAll(int file, const char* text, size_t size) {
     while (size > 0) {
         errno = 0;
@@ -46,13 +46,13 @@ TemporaryFile::~TemporaryFile() {
 
 bool TemporaryFile::open() {
     errno = 0;
-    // Neither through a link that somebody left there nor waiting at a pipe.
+    // Do not follow a symbolic link and do not block on a FIFO.
     file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
     exists = file >= 0;
     return exists && avoidStandardStreams();
 }
 
-/** In a process without standard streams the file must not become one: diagnostics would be written into it. */
+/** In a process without standard streams the file must not become one: diagnostics would be written to it. */
 bool TemporaryFile::avoidStandardStreams() {
     if (file <= STDERR_FILENO) {
         const int standard = file;
@@ -71,7 +71,7 @@ void TemporaryFile::write(const std::string& text) {
         throwFileError(WRITING_FAILED, path);
     }
     const int closing = file;
-    file = -1; // close() gives the descriptor up, even when it fails
+    file = -1; // a failed close() releases the descriptor, too
     errno = 0;
     if (close(closing) != 0) {
         throwFileError(WRITING_FAILED, path);

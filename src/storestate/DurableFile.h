@@ -1,7 +1,7 @@
 /**
- * Writing so that it survives a power cut.
+ * Writes that survive a power cut.
  *
- * Every step is checked, and a sync that failed is never tried again: the kernel may have dropped the data by then.
+ * Every step is checked. A failed sync is never repeated: the kernel may have dropped the data by then.
  */
 #ifndef STORESTATE_DURABLEFILE_H
 #define STORESTATE_DURABLEFILE_H
@@ -13,8 +13,8 @@
 namespace storestate {
 
 /**
- * A file that is written beside its target and then moved over it. Until then destroying the object deletes the file,
- * so that a failure leaves nothing behind; afterwards it never touches the name again.
+ * A file that is written beside its target and then moved over it. Before the move the destructor deletes the file, so
+ * that a failure leaves nothing behind. After the move it never touches the name again.
  */
 class TemporaryFile {
 public:
@@ -23,7 +23,7 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    /** Creates or empties the file. False: that is not possible (errno says why). */
+    /** Creates the file or empties an existing one. False: that failed, with errno. */
     bool open();
 
     /** Writes all of `text`, syncs and closes. QXIOException with errno: "Writing file failed: ...". */
@@ -40,7 +40,8 @@ private:
     bool exists = false; ///< under its temporary name
 };
 
-/** Makes the names in a directory durable, in two steps: what can fail without harm comes before the change. */
+/** Makes the names in a directory durable, in two steps: a directory that cannot be opened is noticed before a change.
+ */
 class DirectorySync {
 public:
     /** Opens the directory, which must be readable. QXIOException with errno: "Writing file failed: ...". */
@@ -49,7 +50,7 @@ public:
     DirectorySync& operator=(const DirectorySync&) = delete;
     ~DirectorySync();
 
-    /** Syncs and closes it; a file system that cannot sync it is no failure. QXIOException as above. */
+    /** Syncs and closes it. A file system that cannot sync directories is not a failure. QXIOException as above. */
     void sync();
 
 private:

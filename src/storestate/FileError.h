@@ -6,15 +6,15 @@
 
 namespace storestate {
 
-// The code of the records clears errno before each system call whose failure it reports: whoever looks at errno after
-// an operation that failed finds what failed there, or 0, never what was left over from before.
+// The code in this folder clears errno before each system call whose failure it reports. After a failed operation errno
+// is therefore the error of that operation, or 0, never one from before.
 
 constexpr char READING_FAILED[] = "Reading file failed: ";
 
 /** Throws QXIOException with errno; the message is `what`, the path, a space and the system's text for errno. */
 [[noreturn]] void throwFileError(const char* what, const OFString& path);
 
-/** The same for an error number that was kept while errno moved on. */
+/** The same for an error number that was saved before errno changed. */
 [[noreturn]] void throwFileError(const char* what, const OFString& path, int error);
 
 } // namespace storestate

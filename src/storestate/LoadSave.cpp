@@ -85,7 +85,7 @@ bool StoreState::save() {
     const bool made = makeInfoDirectory(infoDirectory);
     refuseUnreadRecord(directory);
     if (made || !recordRead) {
-        DirectorySync(directory).sync(); // a record that is there implies that the way to it is durable
+        DirectorySync(directory).sync(); // if a record exists, the path to it is durable
     }
 
     TemporaryFile temporary(record + "." + std::to_string(getpid()).c_str());
@@ -93,9 +93,9 @@ bool StoreState::save() {
         return false;
     }
     temporary.write(text);
-    DirectorySync names(infoDirectory); // whether it can be synced has to be known before the rename
+    DirectorySync names(infoDirectory); // must be open before the rename
     temporary.moveTo(record);
-    recordRead = true; // what is there now is this object's own
+    recordRead = true; // the record is now this object's own
     names.sync();
     deleteLegacyList();
     release();
@@ -108,7 +108,7 @@ bool StoreState::save() {
  */
 void StoreState::refuseUnreadRecord(const OFString& directory) {
     if (loadBegun && !recordRead && freshLook.finds(directory, recordPath(directory))) {
-        throw QXException(1, NOT_READ, studyId.c_str());
+        throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
     }
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 using storestate::DeviceSetFiller;
 
-/** A device that stops being the owner leaves the study to be owned locally. */
+/** If the device is the owner, the study becomes owned locally. */
 void disown(StoreState& state, const OFString& device) {
     if (state.ownerDevice == device) {
         state.ownerDevice = "";
@@ -53,15 +53,15 @@ void setStudyOwner(StoreState& state, const OFString& value) {
     }
 }
 
-using Text = OFString StoreState::*;
-using Marking = bool StoreState::*;
+using TextMember = OFString StoreState::*;
+using MarkingMember = bool StoreState::*;
 
-template <Text FIELD>
+template <TextMember FIELD>
 void setText(StoreState& state, const OFString& value) {
     state.*FIELD = value;
 }
 
-template <Marking FIELD>
+template <MarkingMember FIELD>
 void setMarking(StoreState& state, const OFString& value) {
     state.*FIELD = isYes(value);
 }

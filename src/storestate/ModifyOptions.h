@@ -22,20 +22,20 @@ struct ModifyOption {
     const char* longName;
     const char* shortName;
     const char* meaning; ///< of the value, for people
-    const char* keys;    ///< of the record's lines that it may change, with blanks between them
+    const char* keys;    ///< of the record lines that it may change, separated by blanks
     bool isMarking;      ///< the value "yes" sets a marking, any other clears it
     void (*apply)(StoreState& state, const OFString& value);
 };
 
-/** All options, in the order in which people are shown them. */
+/** All options, in the order of the documentation. */
 std::vector<ModifyOption> modifyOptions();
 
 /** The option of exactly this name, long or short; null when there is none. */
 const ModifyOption* findModifyOption(const OFString& name);
 
 /**
- * Applies one pair to the record, in memory; an unknown name changes nothing. The value is taken as it is: whether a
- * record can carry it is for StoreState::save() to say. Throws only what StoreState::setAutoForwardDevice() throws.
+ * Applies one pair to the record, in memory. An unknown name changes nothing. The value is not checked:
+ * StoreState::save() refuses what no record can carry. Throws only what StoreState::setAutoForwardDevice() throws.
  */
 void applyModifyOption(StoreState& state, const OFString& name, const OFString& value);
 

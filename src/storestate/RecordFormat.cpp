@@ -106,7 +106,7 @@ struct DeviceList {
     RecordProperty::Value shown(const StoreState& state) const { return &(state.*member); }
 };
 
-/** On several lines when one would be longer than the reader takes. */
+/** On several lines if one would be longer than the reader accepts. */
 void DeviceList::write(std::string& out, std::string_view key, const StoreState& state) const {
     const Devices& devices = state.*member;
     size_t used = 0;
@@ -144,8 +144,7 @@ const OFString* DeviceList::lost(const StoreState& written, const StoreState& re
 
 using Field = std::variant<Number, Text, Marking, DeviceList>;
 
-/** One kind of line. A pattern that ends with a quote takes a value that its characters bound, others one up to a
- * blank. */
+/** One kind of line. A pattern that ends with a quote takes a value up to a quote, others take one up to a blank. */
 struct Property {
     constexpr Property(const char* scanPattern, const char* valueRule, Field member)
         : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), rule(valueRule), field(member) {}
@@ -184,7 +183,7 @@ const Property* findProperty(const char* line) {
     return found != std::end(PROPERTIES) ? found : nullptr;
 }
 
-/** A value whose closing quote is missing has taken the line end in. False: it held nothing else. */
+/** Removes the line end from a value whose closing quote is missing. False: nothing else was in it. */
 bool trimUnclosedValue(const char* line, const Property& property, ValueBuffer& value) {
     size_t length = strlen(value);
     const bool upToQuote = property.pattern[strlen(property.pattern) - 1] == '"';

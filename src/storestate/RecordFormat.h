@@ -1,8 +1,8 @@
 /**
  * The text format of a store-state record: lines of the form Key="value".
  *
- * One table of keys and patterns serves the writer, the reader and the question whether a record can be stored at all.
- * Nothing here touches a file. Everything belongs to the caller's thread.
+ * One table of keys and patterns serves the writer, the reader and the check whether a record can be stored. Nothing
+ * here touches a file. Everything belongs to the caller's thread.
  */
 #ifndef STORESTATE_RECORDFORMAT_H
 #define STORESTATE_RECORDFORMAT_H
@@ -20,15 +20,15 @@ namespace storestate {
 
 enum class LineKind { BLANK, KNOWN, INVALID }; ///< blank or a comment, with a record's key, without one
 
-/** Takes the lines of a record into a StoreState, in any order; what no line names stays as it is. */
+/** Reads the lines of a record into a StoreState, in any order. A property without a line keeps its value. */
 class RecordReader {
 public:
-    /** Lines without a known key are reported on `diagnosticStream`, unless that is null. */
+    /** Reports lines without a known key on `diagnosticStream`, unless that is null. */
     RecordReader(StoreState& target, FILE* diagnosticStream);
 
     /**
-     * Applies one line, with or without its line end. Blank lines, comments and values that the key's pattern does not
-     * take are passed over. A NUL ends the line.
+     * Applies one line, with or without its line end. Ignores blank lines, comments and values that the key's pattern
+     * does not accept. A NUL ends the line.
      */
     LineKind readLine(std::string_view line);
 
@@ -38,7 +38,7 @@ private:
     FILE* diagnostics;
 };
 
-/** One property of a record: its key and, by the kind of property, its value, which belongs to the record. */
+/** A property of a record: its key and its value, which belongs to the record. */
 struct RecordProperty {
     using Value = std::variant<int32_t, const OFString*, bool, const OFUnorderedSet<OFString>*>;
 
@@ -49,7 +49,7 @@ struct RecordProperty {
 /** All stored properties, in the order in which they are written, empty ones included. */
 std::vector<RecordProperty> recordProperties(const StoreState& state);
 
-/** The lines of the record, each with its line end. A device list too long for the reader takes several lines. */
+/** The lines of the record, each with its line end. A device list that is too long for one line takes several. */
 std::string formatRecord(const StoreState& state);
 
 /** A value that no record can carry. */

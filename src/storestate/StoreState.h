@@ -30,11 +30,8 @@
 
 namespace storestate {
 
-// Messages of StoreState's QXException whose cause lies in the plug-in. printf formats that take the study's
-// identifier.
+/** The message when the plug-in made no directory: a printf format that takes the study's identifier. */
 constexpr char NOT_CREATED[] = "Study %s could not be created in repository.";
-constexpr char NOT_FOUND[] = "Study %s not found in repository.";
-constexpr char NOT_READ[] = "Record of study %s exists but was not read.";
 
 } // namespace storestate
 

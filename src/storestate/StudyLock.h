@@ -1,4 +1,4 @@
-/** What the Java methods `lock` and `unlock` do, for whoever else does the same. */
+/** What the Java methods `lock` and `unlock` do. */
 #ifndef STORESTATE_STUDYLOCK_H
 #define STORESTATE_STUDYLOCK_H
 
@@ -14,9 +14,9 @@ inline bool lockStudy(StoreState& state) {
     return state.semaphore.lock(STUDY_LOCK_SECONDS);
 }
 
-/** Gives the study's lock back, whoever took it, exactly once. Throws as QXSemaphore::unlock(). */
+/** Releases the study's lock exactly once, whoever took it. Throws as QXSemaphore::unlock(). */
 inline bool unlockStudy(StoreState& state) {
-    state.semaphore.autoUnlock = false; // the lock is given back once, here: a second time it may be another's
+    state.semaphore.autoUnlock = false; // a second release could remove the next holder's lock
     state.semaphore.forceUnlock = true;
     state.semaphore.unlock();
     return true;

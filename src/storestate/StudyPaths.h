@@ -1,4 +1,4 @@
-/** Where the files of a study lie below its directory. */
+/** The paths of a study's files. */
 #ifndef STORESTATE_STUDYPATHS_H
 #define STORESTATE_STUDYPATHS_H
 
@@ -15,7 +15,7 @@ inline OFString recordPath(const OFString& studyDirectory) {
     return infoDirectoryPath(studyDirectory) + "/storestate.rec";
 }
 
-/** The forward list of the earlier generation. */
+/** The separate forward list of the earlier generation. */
 inline OFString legacyListPath(const OFString& studyDirectory) {
     return infoDirectoryPath(studyDirectory) + "/fwds";
 }
