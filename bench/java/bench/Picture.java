@@ -1,112 +1,80 @@
 package bench;
 
-import java.util.ArrayList;
-import java.util.LinkedHashMap;
-import java.util.List;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.util.Locale;
-import java.util.Map;
 
-/** Draws bars and curves as SVG. */
+/**
+ * Draws the columns × of README's table as bars: prints SVG. Run it as {@code java Picture.java README.md}.
+ */
 final class Picture {
-    private static final int BAR = 200;
-    private static final int WIDTH = 270;
-    private static final int HEIGHT = 180;
+    private static final int LEFT = 270;
+    private static final int UNIT = 100; // the length of 1×
+    private static final String STYLE = "text { font: 13px sans-serif; fill: #222 } .page { fill: #fff }"
+        + " .memory { fill: #1f77b4 } .disk { fill: #d9822b } .grid { stroke: #ccc } .one { stroke: #222 }"
+        + " @media (prefers-color-scheme: dark) { text { fill: #ddd } .page { fill: #111 } .memory { fill: #58a6e0 }"
+        + " .disk { fill: #eda04f } .grid { stroke: #444 } .one { stroke: #ddd } }";
 
-    private final StringBuilder svg = new StringBuilder();
+    private final StringBuilder bars = new StringBuilder();
+    private int y = 52;
+    private double highest = 1;
 
-    Picture(int width, int height) {
-        add("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" viewBox=\"0 0 %1$d %2$d\">", width,
-            height);
-        add("<style>text { font: 13px sans-serif; fill: #222 } .title { font-size: 16px; font-weight: bold }"
-            + " .heading { font-weight: bold } .note { font-size: 11px; fill: #666 } .ours { fill: #1f77b4 }"
-            + " .other { fill: #b8b8b8 } .grid { stroke: #ddd } polyline { fill: none; stroke-width: 2 }"
-            + " .tmpfs { stroke: #1f77b4 } .disk { stroke: #d9822b; stroke-dasharray: 6 3 }</style>");
-        add("<rect width=\"100%%\" height=\"100%%\" fill=\"white\"/>");
+    public static void main(String[] arguments) throws IOException {
+        Picture picture = new Picture();
+        for (String line : Files.readAllLines(Path.of(arguments[0]))) {
+            String[] cells = line.split(" *\\| *");
+            if (line.contains(" µs |") && !cells[1].equals("bare system calls")) {
+                picture.row(cells);
+            }
+        }
+        System.out.print(picture.svg());
     }
 
-    private void add(String format, Object... values) {
+    /** Cells: nothing, name, time and multiple in memory, time and multiple on a disk. */
+    private void row(String[] cells) {
+        text(bars, 12, y + 24, cells[1]);
+        bar("memory", cells[3]);
+        bar("disk", cells.length > 5 ? cells[5] : "");
+        y += 12;
+    }
+
+    private void bar(String style, String multiple) {
+        if (!multiple.isEmpty()) {
+            double length = UNIT * Double.parseDouble(multiple);
+            highest = Math.max(highest, Double.parseDouble(multiple));
+            add(bars, "<rect x=\"%d\" y=\"%d\" width=\"%.0f\" height=\"16\" class=\"%s\"/>", LEFT, y, length, style);
+            text(bars, LEFT + (int) length + 6, y + 13, multiple);
+        }
+        y += 18;
+    }
+
+    private String svg() {
+        int width = LEFT + (int) (UNIT * highest) + 60;
+        StringBuilder svg = new StringBuilder();
+        add(svg, "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\">", width, y);
+        svg.append("<style>").append(STYLE).append("</style>\n");
+        add(svg, "<rect width=\"100%%\" height=\"100%%\" class=\"page\"/>");
+        for (int i = 0; i <= highest; i++) {
+            add(svg, "<line x1=\"%d\" x2=\"%1$d\" y1=\"44\" y2=\"%d\" class=\"%s\"/>", LEFT + i * UNIT, y - 8,
+                i == 1 ? "one" : "grid");
+            text(svg, LEFT + i * UNIT - 6, 38, i == 1 ? "1× (bare system calls)" : i + "×");
+        }
+        legend(svg, LEFT, "memory", "in memory");
+        legend(svg, LEFT + 120, "disk", "on a disk");
+        return svg.append(bars).append("</svg>\n").toString();
+    }
+
+    private static void legend(StringBuilder svg, int x, String style, String name) {
+        add(svg, "<rect x=\"%d\" y=\"6\" width=\"12\" height=\"12\" class=\"%s\"/>", x, style);
+        text(svg, x + 18, 17, name);
+    }
+
+    private static void text(StringBuilder svg, int x, int y, String text) {
+        add(svg, "<text x=\"%d\" y=\"%d\">%s</text>", x, y, text);
+    }
+
+    private static void add(StringBuilder svg, String format, Object... values) {
         svg.append(String.format(Locale.ROOT, format, values)).append('\n');
-    }
-
-    void text(double x, double y, String style, String text) {
-        add("<text x=\"%.0f\" y=\"%.0f\" class=\"%s\">%s</text>", x, y, style, text);
-    }
-
-    /** A name, a bar and its value; the longest bar stands for {@code highest}. */
-    void bar(int x, int y, String name, String style, double value, double highest) {
-        double length = BAR * value / highest;
-        text(x, y + 15, "", name);
-        add("<rect x=\"%d\" y=\"%d\" width=\"%.1f\" height=\"20\" class=\"%s\"/>", x + 180, y, length, style);
-        text(x + 186 + length, y + 15, "", String.format(Locale.ROOT, "%.2f", value));
-    }
-
-    /** A piece of a curve and what it stands for. */
-    void legend(int x, int y, String name, String style) {
-        add("<line x1=\"%d\" x2=\"%d\" y1=\"%d\" y2=\"%3$d\" class=\"%s\" stroke-width=\"2\"/>", x, x + 26, y - 4,
-            style);
-        text(x + 32, y, "", name);
-    }
-
-    Plot plot(int x, int y, String title, int first, int last, int factor) {
-        return new Plot(x, y, title, first, last, factor);
-    }
-
-    String svg() {
-        return svg + "</svg>\n";
-    }
-
-    /**
-     * Curves over counts, in a frame whose height fits the highest of them; twice as much is the same step everywhere.
-     */
-    final class Plot {
-        private final int x;
-        private final int y;
-        private final String title;
-        private final int first;
-        private final int last;
-        private final int factor;
-        private final Map<String, List<double[]>> curves = new LinkedHashMap<>();
-        private double highest = 4;
-
-        private Plot(int x, int y, String title, int first, int last, int factor) {
-            this.x = x;
-            this.y = y;
-            this.title = title;
-            this.first = first;
-            this.last = last;
-            this.factor = factor;
-        }
-
-        void point(String style, int count, double value) {
-            curves.computeIfAbsent(style, unknown -> new ArrayList<>()).add(new double[] {count, value});
-            highest = Math.max(highest, value);
-        }
-
-        private double across(double count) {
-            return x + 30 + (WIDTH - 40) * Math.log(count / first) / Math.log((double) last / first);
-        }
-
-        /** From a half at the bottom. */
-        private double up(double value) {
-            return y + HEIGHT - HEIGHT * Math.log(Math.max(value, 0.5) * 2) / Math.log(highest * 2.4);
-        }
-
-        void draw() {
-            text(x, y - 6, "heading", title);
-            for (double mark = 1; mark <= highest; mark *= 2) {
-                add("<line x1=\"%d\" x2=\"%d\" y1=\"%.1f\" y2=\"%3$.1f\" class=\"grid\"/>", x + 26, x + WIDTH,
-                    up(mark));
-                text(x, up(mark) + 4, "", String.format("%.0f×", mark));
-            }
-            for (int count = first; count <= last; count *= factor) {
-                text(across(count) - 3 * String.valueOf(count).length(), y + HEIGHT + 16, "", String.valueOf(count));
-            }
-            for (Map.Entry<String, List<double[]>> curve : curves.entrySet()) {
-                StringBuilder points = new StringBuilder();
-                curve.getValue().forEach(
-                    point -> points.append(String.format(Locale.ROOT, "%.1f,%.1f ", across(point[0]), up(point[1]))));
-                add("<polyline points=\"%s\" class=\"%s\"/>", points.toString().trim(), curve.getKey());
-            }
-        }
     }
 }

@@ -1,13 +1,13 @@
 package bench;
 
 import java.io.IOException;
-import java.nio.file.FileVisitResult;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.Paths;
-import java.nio.file.SimpleFileVisitor;
-import java.nio.file.attribute.BasicFileAttributes;
+import java.util.ArrayList;
 import java.util.Collections;
+import java.util.List;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /** A repository and a lock directory of their own, on the file system to be measured; gone when closed. */
 final class Place implements AutoCloseable {
@@ -27,28 +27,31 @@ final class Place implements AutoCloseable {
         Floor.setEnvironment("LOCK_VAR", locks.toString());
     }
 
-    static String study(int number) {
+    private static String study(int number) {
         return "2.25.1318745930" + String.format("%06d", number);
     }
 
-    /** Makes studies with a record. */
-    String[] studies(int first, int count, String record) throws IOException {
+    /** Makes studies with a record; their numbers are {@code step} apart. */
+    String[] studies(int first, int count, int step, String record) throws IOException {
         String[] names = new String[count];
         for (int i = 0; i < count; i++) {
-            names[i] = study(first + i);
-            write(names[i], record);
+            names[i] = study(first + i * step);
+            Path info = Files.createDirectories(repository.resolve(names[i]).resolve(".info"));
+            Files.writeString(info.resolve("storestate.rec"), record);
         }
         return names;
     }
 
-    void write(String study, String record) throws IOException {
-        Path info = Files.createDirectories(repository.resolve(study).resolve(".info"));
-        Files.writeString(info.resolve("storestate.rec"), record);
+    /** Makes the directories of so many studies. */
+    void addDirectories(int count) throws IOException {
+        for (int i = 0; i < count; i++) {
+            Files.createDirectories(repository.resolve(study(i)));
+        }
     }
 
     /** A record with all lines; the checkout is the working directory. */
     static String fullRecord() throws IOException {
-        return Files.readString(Paths.get("bench/full.rec"));
+        return Files.readString(Path.of("bench/full.rec"));
     }
 
     /** A record with one long list of devices, in lines that the reader takes. */
@@ -63,18 +66,13 @@ final class Place implements AutoCloseable {
 
     @Override
     public void close() throws IOException {
-        Files.walkFileTree(root, Collections.emptySet(), Integer.MAX_VALUE, new SimpleFileVisitor<Path>() {
-            @Override
-            public FileVisitResult visitFile(Path file, BasicFileAttributes attributes) throws IOException {
-                Files.delete(file);
-                return FileVisitResult.CONTINUE;
-            }
-
-            @Override
-            public FileVisitResult postVisitDirectory(Path directory, IOException failure) throws IOException {
-                Files.delete(directory);
-                return FileVisitResult.CONTINUE;
-            }
-        });
+        List<Path> files;
+        try (Stream<Path> found = Files.walk(root)) {
+            files = found.collect(Collectors.toCollection(ArrayList::new));
+        }
+        Collections.reverse(files);
+        for (Path file : files) {
+            Files.delete(file);
+        }
     }
 }

@@ -5,56 +5,41 @@ import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
 import java.util.Random;
-import java.util.concurrent.CountDownLatch;
-import java.util.concurrent.ExecutionException;
-import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Callable;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
+import java.util.concurrent.ThreadPoolExecutor;
 
 /**
  * Times subjects against each other: many short batches in turn, so that what else happens on the machine hits all of
  * them alike. The first subject is the one that the others are compared with, batch by batch of the same round.
  */
 final class Rounds {
-    /** One subject; {@code enter} runs before each of its batches, outside the time. */
+    /** One subject, and where the library works during its batches. */
     private static final class Entry {
         final String name;
-        final Runnable enter;
+        final Place place;
         final Subject subject;
         final int threads;
         double[] micros;
         int calls;
 
-        Entry(String name, Runnable enter, Subject subject, int threads) {
+        Entry(String name, Place place, Subject subject, int threads) {
             this.name = name;
-            this.enter = enter;
+            this.place = place;
             this.subject = subject;
             this.threads = threads;
         }
     }
 
-    /** What came out for one subject: medians over the rounds. */
-    static final class Result {
-        final String name;
-        final double micros; // per call
-        final double ratio; // to the first subject, pair by pair
-
-        Result(String name, double micros, double ratio) {
-            this.name = name;
-            this.micros = micros;
-            this.ratio = ratio;
-        }
-    }
+    /** What came out for one subject: medians over the rounds, per call; the ratio to the first subject, pair by pair. */
+    record Result(String name, double micros, double ratio) {}
 
     private final List<Entry> entries = new ArrayList<>();
 
-    Rounds add(String name, Subject subject) {
-        return add(name, () -> {}, subject, 1);
-    }
-
     /** With several threads a batch is shared by them, and the time per call is that of the whole. */
-    Rounds add(String name, Runnable enter, Subject subject, int threads) {
-        entries.add(new Entry(name, enter, subject, threads));
+    Rounds add(String name, Place place, Subject subject, int threads) {
+        entries.add(new Entry(name, place, subject, threads));
         return this;
     }
 
@@ -82,7 +67,7 @@ final class Rounds {
         return results;
     }
 
-    static double median(double[] values) {
+    private static double median(double[] values) {
         double[] sorted = values.clone();
         Arrays.sort(sorted);
         int half = sorted.length / 2;
@@ -91,7 +76,7 @@ final class Rounds {
 
     /** Nanoseconds of a batch. */
     private static long time(Entry entry, int batch) throws Exception {
-        entry.enter.run();
+        entry.place.enter();
         int first = entry.calls;
         entry.calls += batch;
         if (entry.threads > 1) {
@@ -104,39 +89,30 @@ final class Rounds {
 
     /** Each thread has the numbers of its own remainder, and with them studies of its own. */
     private static long timeThreads(Entry entry, int first, int batch) throws Exception {
-        ExecutorService pool = Executors.newFixedThreadPool(entry.threads);
-        CountDownLatch ready = new CountDownLatch(entry.threads);
-        CountDownLatch go = new CountDownLatch(1);
-        List<Future<?>> workers = new ArrayList<>();
+        ThreadPoolExecutor pool = (ThreadPoolExecutor) Executors.newFixedThreadPool(entry.threads);
+        pool.prestartAllCoreThreads();
+        List<Callable<Void>> work = new ArrayList<>();
         for (int thread = 0; thread < entry.threads; thread++) {
             int own = first + thread;
-            workers.add(pool.submit(() -> {
-                ready.countDown();
-                go.await();
-                call(entry, own, batch / entry.threads, entry.threads);
-                return null;
-            }));
+            work.add(() -> call(entry, own, batch / entry.threads, entry.threads));
         }
-        ready.await();
-        long start = System.nanoTime();
-        go.countDown();
         try {
-            for (Future<?> worker : workers) {
+            long start = System.nanoTime();
+            for (Future<Void> worker : pool.invokeAll(work)) {
                 worker.get();
             }
             return System.nanoTime() - start;
-        } catch (ExecutionException failure) {
-            throw new IllegalStateException(failure.getCause());
         } finally {
             pool.shutdown();
         }
     }
 
-    private static void call(Entry entry, int first, int count, int step) throws Exception {
+    private static Void call(Entry entry, int first, int count, int step) throws Exception {
         for (int i = 0; i < count; i++) {
             if (!entry.subject.call(first + i * step)) {
                 throw new IllegalStateException(entry.name + " failed");
             }
         }
+        return null;
     }
 }

@@ -30,8 +30,9 @@ final class SqliteStore implements Subject, AutoCloseable {
         settings.setProperty("synchronous", "EXTRA");
         settings.setProperty("busy_timeout", "20000");
         settings.setProperty("transaction_mode", "IMMEDIATE");
-        try (Session session = new Session()) {
-            fill(session.connection, record.lines().map(SqliteStore::value).toArray(String[] ::new));
+        try (Connection connection = DriverManager.getConnection(url, settings)) {
+            connection.setAutoCommit(false);
+            fill(connection, record.lines().map(SqliteStore::value).toArray(String[] ::new));
         }
         kept = keepOpen ? new Session() : null;
     }
@@ -77,51 +78,34 @@ final class SqliteStore implements Subject, AutoCloseable {
         }
     }
 
-    /** A connection with its statements, which are prepared once. */
+    /** A connection with its statements. */
     private final class Session implements AutoCloseable {
         final Connection connection;
-        private PreparedStatement select;
-        private PreparedStatement update;
+        private final PreparedStatement select;
+        private final PreparedStatement update;
 
         Session() throws SQLException {
             connection = DriverManager.getConnection(url, settings);
             connection.setAutoCommit(false);
+            select = connection.prepareStatement("select * from record where study = ?");
+            update = connection.prepareStatement(
+                "update record set " + String.join(" = ?, ", COLUMNS) + " = ? where study = ?");
         }
 
         boolean modify(String study, String[] options) throws SQLException {
-            String[] values = read(study);
-            if (values == null) {
-                return false;
-            }
-            values[STAGE_STATE] = options[1];
-            if (update == null) {
-                update = connection.prepareStatement(
-                    "update record set " + String.join(" = ?, ", COLUMNS) + " = ? where study = ?");
-            }
-            for (int i = 0; i < values.length; i++) {
-                update.setString(i + 1, values[i]);
-            }
-            update.setString(values.length + 1, study);
-            boolean changed = update.executeUpdate() == 1;
-            connection.commit();
-            return changed;
-        }
-
-        private String[] read(String study) throws SQLException {
-            if (select == null) {
-                select = connection.prepareStatement("select * from record where study = ?");
-            }
             select.setString(1, study);
             try (ResultSet row = select.executeQuery()) {
                 if (!row.next()) {
-                    return null;
+                    return false;
                 }
-                String[] values = new String[COLUMNS.length];
-                for (int i = 0; i < values.length; i++) {
-                    values[i] = row.getString(i + 2);
+                for (int i = 0; i < COLUMNS.length; i++) {
+                    update.setString(i + 1, i == STAGE_STATE ? options[1] : row.getString(i + 2));
                 }
-                return values;
             }
+            update.setString(COLUMNS.length + 1, study);
+            boolean changed = update.executeUpdate() == 1;
+            connection.commit();
+            return changed;
         }
 
         @Override

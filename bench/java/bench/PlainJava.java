@@ -9,28 +9,21 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.nio.file.StandardOpenOption;
-import java.util.Arrays;
 import java.util.LinkedHashMap;
-import java.util.LinkedHashSet;
 import java.util.Map;
-import java.util.Set;
 
 /**
  * The same contract in plain Java: lock file, parse, change, temporary file, sync, atomic move, sync of the directory.
  *
- * <p>It does less: no plug-in says where a study lies, no log line is written, and nothing checks that the record reads
- * back as it was.
+ * <p>It does less: no plug-in says where a study lies, no log line is written, device lists stay texts, and nothing
+ * checks that the record reads back as it was.
  */
-final class NioStore implements Subject {
-    private static final String[] KEYS = {"Version", "OwnerDevice", "ProcessMode", "StageState", "Folder",
-        "SourceDevice", "ArchiveDevice", "Derived", "SourceStudy", "StudyOwner", "Retrieved", "DontEdit", "DontDelete",
-        "StagedDevices", "ForwardDevices"};
-
+final class PlainJava implements Subject {
     private final Place place;
     private final String[] studies;
     private final String suffix = "." + ProcessHandle.current().pid();
 
-    NioStore(Place place, String[] studies) {
+    PlainJava(Place place, String[] studies) {
         this.place = place;
         this.studies = studies;
     }
@@ -49,12 +42,8 @@ final class NioStore implements Subject {
         Path lock = place.locks.resolve("semaphore_storestate_" + study);
         take(lock);
         try {
-            Map<String, Set<String>> fields = parse(Files.readString(record));
-            for (int i = 0; i + 1 < options.length; i += 2) {
-                if (options[i].equals("--stagestate")) {
-                    fields.put("StageState", Set.of(options[i + 1]));
-                }
-            }
+            Map<String, String> fields = parse(Files.readString(record));
+            fields.put("StageState", options[1]);
             replace(record, info, format(fields));
         } finally {
             Files.delete(lock);
@@ -77,31 +66,21 @@ final class NioStore implements Subject {
         }
     }
 
-    /** Each key's names; a text is a single one. */
-    private static Map<String, Set<String>> parse(String text) {
-        Map<String, Set<String>> fields = new LinkedHashMap<>();
-        text.lines().map(String::strip).filter(line -> !line.isEmpty() && line.charAt(0) != '#').forEach(line -> {
+    private static Map<String, String> parse(String text) {
+        Map<String, String> fields = new LinkedHashMap<>();
+        text.lines().map(String::strip).forEach(line -> {
             int equals = line.indexOf("=\"");
             int end = line.indexOf('"', equals + 2);
-            if (equals > 0 && end > equals) {
-                String key = line.substring(0, equals);
-                String value = line.substring(equals + 2, end);
-                boolean list = key.endsWith("Devices");
-                fields.computeIfAbsent(key, unknown -> new LinkedHashSet<>())
-                    .addAll(list ? Arrays.asList(value.split(" ")) : Set.of(value));
+            if (equals > 0 && end > equals && line.charAt(0) != '#') {
+                fields.put(line.substring(0, equals), line.substring(equals + 2, end));
             }
         });
         return fields;
     }
 
-    private static String format(Map<String, Set<String>> fields) {
+    private static String format(Map<String, String> fields) {
         StringBuilder text = new StringBuilder(512);
-        for (String key : KEYS) {
-            Set<String> names = fields.get(key);
-            if (names != null) {
-                text.append(key).append("=\"").append(String.join(" ", names)).append("\"\n");
-            }
-        }
+        fields.forEach((key, value) -> text.append(key).append("=\"").append(value).append("\"\n"));
         return text.toString();
     }
 

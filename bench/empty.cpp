@@ -1,1 +1,0 @@
-// A library of its dependencies only.
