@@ -9,6 +9,9 @@ apt-get -qq update >/dev/null 2>&1
 
 install_packages() { apt-get -qq install --no-install-recommends -o Dpkg::Use-Pty=0 "$@"; }
 # The indented lines below a heading of a document, outside of its blocks of code: its commands.
-commands() { # file, heading
-    awk -v heading="## $2" '/^## / { on = $0 == heading } /^```/ { code = !code } on && !code && /^    / { print substr($0, 5) }' "$1"
+commands() { # file, heading; by default all before the first heading
+    awk -v heading="${2+## $2}" '
+        /^## / { current = $0 }
+        /^```/ { code = !code }
+        current == heading && !code && /^    / { print substr($0, 5) }' "$1"
 }
