@@ -58,16 +58,17 @@ final class Picture {
         for (int i = 0; i <= highest; i++) {
             add(svg, "<line x1=\"%d\" x2=\"%1$d\" y1=\"44\" y2=\"%d\" class=\"%s\"/>", LEFT + i * UNIT, y - 8,
                 i == 1 ? "one" : "grid");
-            text(svg, LEFT + i * UNIT - 6, 38, i == 1 ? "1× (bare system calls)" : i + "×");
+            text(svg, LEFT + i * UNIT - 6, 38, i + "×");
         }
-        legend(svg, LEFT, "memory", "in memory");
-        legend(svg, LEFT + 120, "disk", "on a disk");
+        text(svg, LEFT + UNIT - 6, 20, "bare system calls");
+        legend(svg, 12, "memory", "in memory");
+        legend(svg, 120, "disk", "on a disk");
         return svg.append(bars).append("</svg>\n").toString();
     }
 
     private static void legend(StringBuilder svg, int x, String style, String name) {
-        add(svg, "<rect x=\"%d\" y=\"6\" width=\"12\" height=\"12\" class=\"%s\"/>", x, style);
-        text(svg, x + 18, 17, name);
+        add(svg, "<rect x=\"%d\" y=\"9\" width=\"12\" height=\"12\" class=\"%s\"/>", x, style);
+        text(svg, x + 18, 20, name);
     }
 
     private static void text(StringBuilder svg, int x, int y, String text) {
