@@ -14,7 +14,7 @@ file(WRITE ${PROJECT_BINARY_DIR}/debian-changelog
     "storestate (${package_version}) unstable; urgency=medium\n\n  * See changelog.gz.\n\n"
     " -- ${CPACK_PACKAGE_CONTACT}  ${now}\n")
 
-# What only a package has: compressed texts, the Javadoc, and the jar under its name with the version.
+# Only packages have these: compressed texts, the Javadoc, and the jar with its version in the name.
 function(install_compressed source name destination component)
     execute_process(COMMAND gzip -9nc ${source} OUTPUT_FILE ${PROJECT_BINARY_DIR}/${component}/${name}
         WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMAND_ERROR_IS_FATAL ANY)
@@ -68,26 +68,29 @@ endforeach()
 
 set(summary "Store-state records of a DICOM archive")
 set(CPACK_COMPONENT_JNI_DESCRIPTION "${summary}: the native library
-The native library behind the Java class, and the plug-in for repositories
-that are plain directory trees.")
+The native library behind the Java class quillon.util.StoreState, and the
+plug-in for repositories that are plain directory trees. To use the plug-in,
+set REPOSITORY_HANDLER_HOME=/usr/${CMAKE_INSTALL_LIBDIR}/storestate.")
 set(CPACK_DEBIAN_JNI_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_JNI_PACKAGE_RECOMMENDS procps)
 
 set(CPACK_COMPONENT_JAVA_DESCRIPTION "${summary}: the Java class
-The class quillon.util.StoreState and its Javadoc.")
+The class quillon.util.StoreState, as /usr/share/java/storestate.jar, and its
+Javadoc.")
 set(CPACK_DEBIAN_JAVA_PACKAGE_SECTION java)
 set(CPACK_DEBIAN_JAVA_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_JAVA_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_JAVA_PACKAGE_DEPENDS "libstorestate-jni (>= ${PROJECT_VERSION})")
 
 set(CPACK_COMPONENT_TOOL_DESCRIPTION "${summary}: the operator's tool
-Shows, changes and converts records, finds and frees locks, and checks the
-environment.")
+Shows, changes and converts records, lists and removes locks, explains
+failures, and checks the environment. With manual page and documentation.")
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libstorestate-jni (= ${package_version})")
 
 set(CPACK_COMPONENT_DEV_DESCRIPTION "${summary}: for authors of plug-ins
-The headers, the CMake package and an example.")
+The headers, the CMake and pkg-config files, and an example, for programs
+that tell the library where a study lies.")
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libstorestate-jni (= ${package_version})")
 include(CPack)
