@@ -32,7 +32,7 @@ final class Rounds {
         }
     }
 
-    /** What came out for one subject: medians over the rounds, per call; the ratio to the first subject, pair by pair. */
+    /** Medians over the rounds: time of a call, and its ratio to the first subject in the same round. */
     record Result(String name, double micros, double ratio) {}
 
     private final List<Entry> entries = new ArrayList<>();
