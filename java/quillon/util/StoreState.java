@@ -7,8 +7,8 @@ package quillon.util;
  * <p>The methods are implemented in the native library {@code storestate}. The first use of this class loads it, unless
  * the program has done so itself: from the file that the system property {@code quillon.util.StoreState.lib} names (an
  * absolute path, and then nothing else is tried), otherwise as {@code System.loadLibrary("storestate")} finds it,
- * otherwise from the directories of Debian's packages. When there is no library to load, that first use throws an
- * {@link UnsatisfiedLinkError} that lists what was tried.
+ * otherwise from Debian's directory for native libraries of this architecture. If that fails, too, the first use throws
+ * an {@link UnsatisfiedLinkError} that lists all attempts.
  *
  * <p>The methods may be called from any thread. None of them throws anything when it fails: the answer is
  * {@code false}, also for a null study identifier.
