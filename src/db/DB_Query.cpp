@@ -9,9 +9,9 @@
 namespace {
 
 /**
- * The client library's first use, in the first mysql_init(), is not safe in several threads at once, and it makes the
- * process ignore SIGPIPE, which belongs to the virtual machine. So it happens in one thread, and SIGPIPE is as it was
- * right after.
+ * The first mysql_init() initialises the client library. That is not thread-safe in every version, and it makes the
+ * process ignore SIGPIPE, which belongs to the virtual machine. Therefore a mutex guards it, and the old handler of
+ * SIGPIPE is restored at once.
  */
 MYSQL* newHandle() {
     static std::mutex mutex;
@@ -28,7 +28,7 @@ MYSQL* newHandle() {
     return handle;
 }
 
-/** No password is ever sent; but for null the client library would send $MYSQL_PWD. */
+/** An empty password or null. For null the client library would send $MYSQL_PWD if that is set. */
 const char* noPassword() {
     return getenv("MYSQL_PWD") != nullptr ? "" : nullptr;
 }
@@ -127,13 +127,14 @@ int DB_Query::isReady() {
         return 0;
     }
     MYSQL_RES* tables = mysql_store_result(connection);
-    if (tables != nullptr) {
-        mysql_free_result(tables);
+    if (tables == nullptr) {
+        return 0;
     }
+    mysql_free_result(tables);
     return 1;
 }
 
-/** What newQuery() and executeUpdate() begin with: the preconditions, the end of the old result, the statement. */
+/** The common start of newQuery() and executeUpdate(): checks, releases the old result and sends the statement. */
 bool DB_Query::send(const char* operation, const char* query) {
     if (connection == nullptr) {
         errorText.set(operation).append("() precondition error: there is no connection.\n");

@@ -2,16 +2,16 @@
  * A small session with the MySQL server that the environment names.
  *
  *   DBNAME                        the database, required
- *   ARQ_USER                      the user; the client library's default when unset. No password is ever sent, not even
- *                                 MYSQL_PWD, which the client library would read
- *   MYSQL_UNIX_PORT               path of the server's socket, used when set and not empty
+ *   ARQ_USER                      the user; if unset, the client library's default. No password is ever sent, not even
+ *                                 MYSQL_PWD, which the client library would use
+ *   MYSQL_UNIX_PORT               path of the server's socket, used if set and not empty
  *   MYSQL_HOST, MYSQL_TCP_PORT    otherwise both are required; the client library takes "localhost" as a socket
  *
- * No operation throws for a failure of the database: each reports by its result, and all but isReady() and
- * nextRecord() explain the last failure in `errorText`, which a success empties. There are no time-outs: an operation
- * waits as long as the server makes it wait.
+ * No operation throws when the database fails. Each one reports failure by its result, and all but isReady() and
+ * nextRecord() explain it in `errorText`. A success empties that text. There are no timeouts: an operation waits as
+ * long as the server does not answer.
  *
- * A session belongs to one thread at a time; sessions of several threads may be made and used side by side.
+ * A session belongs to one thread at a time. Several threads may create and use sessions of their own in parallel.
  */
 #ifndef DB_DB_QUERY_H
 #define DB_DB_QUERY_H
@@ -23,7 +23,7 @@
 
 namespace storestate {
 
-/** MYSQL_UNIX_PORT when it counts, that is, when it is set and not empty; null: MYSQL_HOST and MYSQL_TCP_PORT do. */
+/** MYSQL_UNIX_PORT if it is set and not empty. Null: MYSQL_HOST and MYSQL_TCP_PORT name the server. */
 const char* databaseSocket();
 
 } // namespace storestate
@@ -38,46 +38,56 @@ public:
     /** Releases the result and closes the connection. */
     ~DB_Query();
 
-    /** Connects, after closing what was open. 1: connected, 0: failed. */
+    /** Closes an open connection and connects anew. 1: connected, 0: failed. */
     int init();
 
     /**
-     * 1: connected and answering; `errorText` becomes empty either way. The result stays, but until the next query
-     * only column 0 of its rows can be read.
+     * 1: the server answered a test query. 0: there is no connection, the query failed or its result was lost. Empties
+     * `errorText` in all cases. Keeps the result, but until the next query no column other than 0 can be read, and none
+     * if the test query failed.
      */
     int isReady();
 
-    /** Runs a statement that yields rows and fetches them all. 1: done, 0: failed (no rows at all is no failure). */
+    /**
+     * Runs a statement that yields rows and fetches them all; an empty set of rows is a success. 1: done, 0: failed.
+     * `query` must be neither a field of this session's result nor its error text: the call frees both.
+     */
     int newQuery(const char* query);
 
-    /** Runs a statement that yields no rows (after one that does, only init() goes on). 1: done, 0: failed. */
+    /**
+     * Runs a statement that yields no rows. 1: done, 0: failed. `query` as in newQuery(). If the statement does yield
+     * rows, the session is usable again only after init().
+     */
     int executeUpdate(const char* query);
 
-    /** Moves to the next row of the result. 1: there is one, 0: there is none. `errorText` stays as it is. */
+    /** Moves to the next row of the result. 1: there is a row, 0: there is none. Does not change `errorText`. */
     int nextRecord();
 
     /**
-     * The text of a column of the current row, owned by the session and valid until the next row, query or release.
-     * Null for an SQL NULL, and with an `errorText` when there is no row or no such column.
+     * The text of a column of the current row. It belongs to the session and stays valid until the next row, query or
+     * init(). Null for an SQL NULL. Null with an `errorText` if there is no row or no such column.
      */
     const char* getField(unsigned int columnIdx);
 
     /**
-     * As getField(), but stores a copy in `*out`, which the caller frees with delete[]. `*out` stays as it is for an
-     * SQL NULL and on failure.
+     * As getField(), but stores a copy in `*out`, which the caller frees with delete[]. `*out` does not change for an
+     * SQL NULL or on failure.
      */
     void copyFieldValue(unsigned int columnIdx, char** out);
 
-    /** Number of rows of the result; 0 with an `errorText` when there is none. */
+    /** Number of rows of the result. 0 with an `errorText` if there is no result. */
     uint32_t countQuery();
 
-    /** Number of rows that the last statement changed; -1 when it failed, or with an `errorText`, not connected. */
+    /**
+     * Number of rows that the last statement changed; -1 if the statement failed. Before init() -1 with an `errorText`;
+     * after an init() that failed, the client library's answer, 0 as a rule.
+     */
     int32_t affectedRows();
 
-    StringBuffer errorText; ///< why the last operation failed; empty after a success
+    StringBuffer errorText; ///< the reason of the last failure; empty after a success
 
 protected:
-    MYSQL* connection = nullptr; ///< null until init() has made one
+    MYSQL* connection = nullptr; ///< null until init() has allocated it
 
 private:
     void openConnection();

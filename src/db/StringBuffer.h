@@ -10,19 +10,19 @@ public:
     StringBuffer& operator=(const StringBuffer&) = delete;
     ~StringBuffer();
 
-    /** Makes the text a copy of `s`; null changes nothing. */
+    /** Replaces the text by a copy of `s`; null changes nothing. */
     StringBuffer& set(const char* s);
 
-    /** Adds `s` at the end; null and the empty text change nothing. */
+    /** Appends `s`; null and the empty text change nothing. */
     StringBuffer& append(const char* s);
 
-    /** Adds the other's text at the end and deletes the other, which was made with `new`; null changes nothing. */
+    /** Appends the other's text and deletes the other, which must come from `new`; null changes nothing. */
     StringBuffer& append(StringBuffer* other);
 
     /** Replaces every `from` by `to`. NUL is never replaced. */
     StringBuffer& replace(char from, char to);
 
-    /** Takes the last `n` characters off, unless there are fewer; returns the text. */
+    /** Removes the last `n` characters, or nothing if there are fewer; returns the text. */
     const char* truncate(unsigned int n);
 
     char* text; ///< never null; allocated with new[], owned by the buffer
