@@ -5,10 +5,7 @@
 
 namespace storestate {
 
-/**
- * The local reference to one element of a Java array of strings, given back by the destructor. May be null, as
- * the element itself may be.
- */
+/** The local reference to one element of a Java array of strings, which may be null. The destructor releases it. */
 class JavaArrayElement {
 public:
     JavaArrayElement(JNIEnv* environment, jobjectArray array, jsize index)

@@ -6,8 +6,8 @@
 namespace storestate {
 
 /**
- * The modified UTF-8 characters of a Java string, given back by the destructor at the latest. A null string, or
- * characters that the virtual machine cannot provide, leave `text()` null and no Java exception pending.
+ * The modified UTF-8 characters of a Java string. The destructor releases them at the latest. `text()` is null for a
+ * null string and for characters that the virtual machine cannot provide; no Java exception is left pending.
  */
 class JavaString {
 public:
@@ -22,10 +22,10 @@ public:
     JavaString& operator=(const JavaString&) = delete;
     ~JavaString() { release(); }
 
-    /** Null when there are no characters, or no longer. */
+    /** Null if there are no characters or they have been released. */
     const char* text() const { return characters; }
 
-    /** Gives the characters back now. */
+    /** Releases the characters now. */
     void release() {
         if (characters != nullptr) {
             env->ReleaseStringUTFChars(string, characters);

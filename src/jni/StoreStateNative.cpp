@@ -1,6 +1,6 @@
 /**
- * The native methods of quillon.util.StoreState. Each is self-contained: what outlives a call lies in the file system.
- * Nothing is thrown to the virtual machine and no Java exception is left pending; every failure is false.
+ * The native methods of quillon.util.StoreState. They keep no state in memory between calls. No C++ exception reaches
+ * the virtual machine and no Java exception is left pending: every failure is the result false.
  */
 #include "jni/JavaArrayElement.h"
 #include "jni/JavaString.h"
@@ -16,7 +16,7 @@ using storestate::JavaString;
 
 namespace {
 
-/** What all native methods share: does `work` on a record of the study. */
+/** The frame of all native methods: calls `work` with a record of the study. */
 template <class Work>
 jboolean withRecord(JNIEnv* env, jstring studyId, Work work) noexcept {
     try {
@@ -29,9 +29,9 @@ jboolean withRecord(JNIEnv* env, jstring studyId, Work work) noexcept {
         try {
             result = work(state);
         } catch (...) {
-            result = false; // Java learns no more than that
+            result = false; // the cause is not reported to Java
         }
-        id.release(); // before the record goes, and perhaps a lock with it
+        id.release(); // before the record's destructor, which may give back a lock
         return result ? JNI_TRUE : JNI_FALSE;
     } catch (...) {
         return JNI_FALSE;

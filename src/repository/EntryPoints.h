@@ -1,4 +1,4 @@
-/** The entry points of a repository plug-in: the one list, for whoever needs them all. */
+/** The list of all entry points of a repository plug-in. */
 #ifndef REPOSITORY_ENTRYPOINTS_H
 #define REPOSITORY_ENTRYPOINTS_H
 
@@ -6,7 +6,7 @@ namespace storestate {
 
 struct EntryPoint {
     const char* symbol;
-    bool required; ///< the library itself calls it; the others are only passed on
+    bool required; ///< the library itself calls it; it only forwards calls of the others
 };
 
 inline constexpr EntryPoint ENTRY_POINTS[] = {

@@ -9,7 +9,7 @@
 namespace storestate {
 namespace {
 
-constexpr size_t PATH_BUFFER = 1024; ///< of the plug-in's path, its terminator included
+constexpr size_t PATH_BUFFER = 1024; ///< for the plug-in's path with its terminator
 
 } // namespace
 

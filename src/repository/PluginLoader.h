@@ -1,4 +1,4 @@
-/** How the repository plug-in, $REPOSITORY_HANDLER_HOME/lib/RepositoryHandler.so, is loaded. Any thread may do so. */
+/** Loads the repository plug-in, $REPOSITORY_HANDLER_HOME/lib/RepositoryHandler.so. Any thread may call this. */
 #ifndef REPOSITORY_PLUGINLOADER_H
 #define REPOSITORY_PLUGINLOADER_H
 
@@ -6,10 +6,10 @@ namespace storestate {
 
 constexpr char PLUGIN_FILE[] = "/lib/RepositoryHandler.so"; ///< below REPOSITORY_HANDLER_HOME
 
-/** Loads the plug-in; its handle is for dlclose(). QXException, "dlopen error: ...", when that is not possible. */
+/** Returns a handle for dlclose(). Throws QXException, "dlopen error: ...", if the plug-in cannot be loaded. */
 void* loadPlugin();
 
-/** The address of an entry point. QXException, "dlsym error initTask: ...", when the plug-in lacks it. */
+/** The address of an entry point. Throws QXException, "dlsym error initTask: ...", if the plug-in lacks it. */
 void* resolveEntryPoint(void* plugin, const char* symbol);
 
 } // namespace storestate

@@ -13,7 +13,7 @@ namespace storestate {
 QXLogger facadeLogger("QXRepositoryHandlerIface");
 } // namespace storestate
 
-// Exported under a name that the process may have used for something else: the library itself never goes by it.
+// The library itself does not use the exported name: the process may have another object of that name.
 extern QXLogger rh_logger __attribute__((alias("_ZN10storestate12facadeLoggerE")));
 
 using storestate::facadeLogger;
@@ -21,8 +21,8 @@ using storestate::facadeLogger;
 namespace {
 
 /**
- * The one path of all functions below, behind their trace line: hands the entry point's address to `call`.
- * The plug-in is unloaded by hand, not by a destructor: an exception that passes through may need the plug-in's code.
+ * What all functions below do after their trace line: passes the entry point's address to `call`. No destructor unloads
+ * the plug-in, because an exception that passes through may need its code.
  */
 template <class Call>
 void withEntryPoint(const char* symbol, Call call) {

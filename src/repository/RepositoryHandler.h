@@ -1,12 +1,12 @@
 /**
- * The entry points of a repository plug-in, lib/RepositoryHandler.so. A plug-in defines those that it supports; a call
- * of one that it leaves out is reported as a failure.
+ * The entry points of a repository plug-in, lib/RepositoryHandler.so. A plug-in defines those that it supports. A call
+ * of a missing one is reported as a failure.
  *
- * Texts are NUL-terminated. Those handed over belong to the caller; those returned are allocated with new[] and belong
- * to the caller, who shares the plug-in's allocator. The plug-in is loaded for each call and unloaded after it, so it
- * keeps nothing in memory; it may be called by several threads at once. It reports a failure by its result or by
- * throwing a QXException (support/QXException.h), whose message goes to the system log. It throws nothing else: such an
- * exception would pass through to the caller and keep the plug-in loaded.
+ * Texts are NUL-terminated. The caller owns the texts that it passes. The plug-in allocates a returned text with new[],
+ * and the caller frees it, so both must share an allocator. The plug-in is loaded for each call and unloaded after it,
+ * so it cannot keep state in memory. Several threads may call it at once. It reports a failure by its result or by a
+ * QXException (support/QXException.h), whose message goes to the system log. It must not throw anything else: such an
+ * exception passes through to the caller and keeps the plug-in loaded.
  */
 #ifndef REPOSITORY_REPOSITORYHANDLER_H
 #define REPOSITORY_REPOSITORYHANDLER_H
@@ -17,16 +17,16 @@
 
 extern "C" {
 
-/** The directory of the study `fileName`, without a separator at its end; null when there is none. */
+/** The directory of the study `fileName` without a trailing slash; null if there is none. */
 STORESTATE_EXPORT char* getLocation_(const char* repository, const char* fileName, void* opaque);
 
 /**
- * Makes the directory of the study `subDir` where needed, so that it survives a power cut, and returns it as
- * getLocation_() does; null when that fails.
+ * Creates the directory of the study `subDir` if needed, so that it survives a power cut. Returns its path as
+ * getLocation_() does; null on failure.
  */
 STORESTATE_EXPORT char* createDirectory_(const char* repository, const char* subDir, void* opaque, bool flag);
 
-// The meaning of the following ones is the plug-in's own: the library passes them on and does not call them itself.
+// The library only forwards calls of the following functions. The plug-in defines their meaning.
 STORESTATE_EXPORT int32_t unAge_(const char* repository, const char* resource);
 STORESTATE_EXPORT int32_t freeMount_(const char* repository, const char* subDirectory);
 STORESTATE_EXPORT void checkOverload_(const char* repository);

@@ -1,11 +1,11 @@
 /**
- * The exceptions through which every failure of the library travels.
+ * The exceptions of the library. All failures are reported by them.
  *
- * They are thrown by value and caught by reference. QXException is a root class: a handler for std::exception sees
- * none of them. A plug-in that throws one links libstorestate.so, so that both sides mean the same class.
+ * They are thrown by value and caught by reference. QXException is a root class, so a handler for std::exception does
+ * not catch them. A plug-in that throws one links libstorestate.so, so that both sides use the same class.
  *
- * An exception belongs to the thread that handles it. Running out of memory while one is made or rendered is reported
- * by the standard library's own exception.
+ * An exception belongs to the thread that handles it. If memory runs out while an exception is made or rendered, the
+ * standard library's own exception is thrown instead.
  */
 #ifndef SUPPORT_QXEXCEPTION_H
 #define SUPPORT_QXEXCEPTION_H
@@ -16,7 +16,7 @@
 #include <ostream>
 #include <string>
 
-/** Any failure; also the base of the more precise ones. */
+/** Any failure. Base class of the more specific exceptions. */
 class STORESTATE_EXPORT QXException {
 public:
     /** "Unknown exception", error number 1. */
@@ -25,13 +25,13 @@ public:
     /** "Unknown exception" with the given error number. */
     QXException(int errorNumber);
 
-    /** A printf-style message of at most 1023 characters (longer ones are cut), error number 1. */
+    /** A printf-style message, cut after 1023 characters; error number 1. */
     QXException(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    /** A printf-style message of at most 1023 characters (longer ones are cut). Text of others goes through "%s". */
+    /** A printf-style message, cut after 1023 characters. Never pass text from outside as `format`; use "%s". */
     QXException(int errorNumber, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-    /** A message that is taken whole. */
+    /** A message of any length, taken literally. */
     QXException(int errorNumber, const std::string& message);
 
     QXException(const QXException&) = default;
@@ -50,15 +50,15 @@ public:
     /** Writes the rendering and a line end. */
     void print(FILE* stream);
 
-    // The same for whoever holds a reference to const: they call those above, of which a rendering changes nothing. So
-    // a const member of a subclass that renders itself calls render(), not these.
+    // The same for references to const. They call the operations above, which do not change the exception. A const
+    // member of a subclass that renders the exception calls render() instead, or it would call itself.
     void toString(std::string& out) const;
     char* toString() const;
     void print(std::ostream& os) const;
     void print(FILE* stream) const;
 
     std::string message; ///< what happened
-    int errorNumber;     ///< errno of a failed system call, otherwise what the thrower chose (1 as a rule)
+    int errorNumber;     ///< errno of a failed system call, otherwise usually 1
 
 protected:
     /** "<prefix>[<errorNumber>] <message>" */
@@ -77,7 +77,7 @@ public:
     void toString(std::string& out) override;
 };
 
-/** Something did not happen in the time allowed for it. */
+/** A time limit was exceeded. */
 class STORESTATE_EXPORT QXTimeoutException : public QXException {
 public:
     QXTimeoutException(int errorNumber, const std::string& message);
@@ -89,13 +89,13 @@ public:
     void toString(std::string& out) override;
 };
 
-/** A condition that the program relies on did not hold. */
+/** An assertion failed. */
 class STORESTATE_EXPORT QXAssertionException : public QXException {
 public:
     /** The message is the assertion sentence, "ASSERT (<condition>) in <file> at line <line>." */
     QXAssertionException(const char* condition, long line, const char* file);
 
-    /** The message is the printf-style detail; the rendering puts the assertion sentence in front of it. */
+    /** The message is the printf-style detail. The rendering is the assertion sentence and then the message. */
     QXAssertionException(const char* condition, long line, const char* file, const char* format, ...)
         __attribute__((format(printf, 5, 6)));
 
@@ -109,7 +109,7 @@ public:
     std::string condition; ///< text of the asserted condition
     std::string file;      ///< source file of the assertion
     long line;             ///< its line number
-    bool hasDetail;        ///< whether `message` is the caller's detail rather than the assertion sentence
+    bool hasDetail;        ///< `message` is the caller's detail, not the assertion sentence
 
 private:
     std::string sentence() const;

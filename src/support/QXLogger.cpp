@@ -29,6 +29,10 @@ QXLogger::~QXLogger() {
         closelog();
     }
     delete[] ident;
+    // Atomic, because the compiler drops plain writes to an object that is being destroyed.
+    LOG_FACILITY closed = FACILITY_NONE;
+    __atomic_store(&currentFacility, &closed, __ATOMIC_RELAXED);
+    __atomic_store_n(&ident, nullptr, __ATOMIC_RELAXED);
 }
 
 void QXLogger::openLog(LOG_FACILITY facility) {

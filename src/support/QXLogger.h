@@ -2,11 +2,11 @@
  * printf-style messages to the system log.
  *
  * Operator messages go to the syslog facility that LOG_OPER_FACILITY names, all others to the one that LOG_FACILITY
- * names ("local0" to "local7", local0 otherwise). The log is opened with the first message. Nothing reports a failure,
- * and nothing is filtered: which priorities are kept is the system log's own configuration.
+ * names ("local0" to "local7", otherwise local0). The first message opens the log. No operation reports a failure, and
+ * no message is filtered: the configuration of the system log decides which priorities are kept.
  *
  * Any thread may write application messages at any time. A program that mixes operator and application messages in
- * several threads must keep the switch and the message together itself.
+ * several threads must serialise the facility switch and the message itself.
  */
 #ifndef SUPPORT_QXLOGGER_H
 #define SUPPORT_QXLOGGER_H
@@ -15,7 +15,7 @@
 
 #include <cstdarg>
 
-/** Whom a message is for, and thereby which variable names its syslog facility. */
+/** The audience of a message. It decides which variable names the syslog facility. */
 enum LOG_FACILITY {
     FACILITY_OPER = 0, ///< operators: LOG_OPER_FACILITY
     FACILITY_APPL = 1, ///< the application: LOG_FACILITY
@@ -45,21 +45,24 @@ public:
     QXLogger(const QXLogger&) = delete;
     QXLogger& operator=(const QXLogger&) = delete;
 
-    /** Closes the log if this logger opened it. */
+    /**
+     * Closes the log if this logger opened it. Leaves a logger without identity and facility: a call that a static
+     * destructor makes later still logs, as "unknown", and touches no freed memory.
+     */
     ~QXLogger();
 
     /** (Re)opens the log for `facility`, reading its variable afresh. */
     void openLog(LOG_FACILITY facility);
 
-    /** Writes one message; `args` has been started by the caller, who also ends it. */
+    /** Writes one message. The caller has started `args` and ends it. */
     void log(LOG_MODE mode, const char* format, va_list& args) __attribute__((format(printf, 3, 0)));
 
     void debugLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void errorLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
     void infoLog(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-    LOG_FACILITY currentFacility = FACILITY_NONE; ///< what the log is open for; read and written atomically
-    char* ident = nullptr;                        ///< own copy, which openlog() goes on using; may be null
+    LOG_FACILITY currentFacility = FACILITY_NONE; ///< the facility of the open log; read and written atomically
+    char* ident = nullptr;                        ///< own copy, which openlog() keeps using; may be null
 };
 
 #endif

@@ -22,7 +22,7 @@ std::string directory(const std::string& given) {
     return configured != nullptr ? configured : ".";
 }
 
-/** Sleeps 10 to 989 milliseconds; says how many. An interrupted sleep counts in full. */
+/** Sleeps for 10 to 989 milliseconds and returns how many. An interrupted sleep counts in full. */
 int32_t randomSleep() {
     const int32_t delay = 10 + static_cast<int32_t>((static_cast<int64_t>(rand()) * 980) >> 31);
     const timespec pause = {0, delay * 1000000L};
@@ -30,7 +30,7 @@ int32_t randomSleep() {
     return delay;
 }
 
-/** Does `work` on the lock file's path, which needs no memory: a lock can be given back when that is short. */
+/** Calls `work` with the lock file's path. Allocates no memory, so a lock can be given back when memory is short. */
 template <class Work>
 int onLockFile(const QXSemaphore& semaphore, Work work) {
     char path[PATH_MAX];
@@ -64,7 +64,7 @@ QXSemaphore::~QXSemaphore() {
             unlock();
         }
     } catch (...) {
-        // There is nobody to tell; the lock file stays, and waiters time out on it.
+        // A destructor cannot report it. The lock file stays, and waiters time out.
         return;
     }
 }

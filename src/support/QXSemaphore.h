@@ -1,11 +1,10 @@
 /**
- * Mutual exclusion by name, between processes and between threads that use objects of their own.
+ * Mutual exclusion by name between processes, and between threads that use separate objects.
  *
- * A semaphore is held while its lock file, lockDir + "/semaphore_" + name, exists; to take it is to create that file
- * exclusively. The file is empty and carries no owner and no time: a file that a dead process left behind keeps the
- * semaphore held until somebody removes it. All contenders must use the same directory, on a file system whose
- * exclusive creation is atomic. Waiters are not served in any order, and a semaphore that its own holder takes again
- * waits like any other.
+ * A semaphore is held while its lock file, lockDir + "/semaphore_" + name, exists. It is taken by exclusive creation of
+ * that file. The file is empty and records neither owner nor time. If its creator dies, the semaphore stays held until
+ * somebody removes the file. All contenders must use the same directory, on a file system with atomic exclusive
+ * creation. Waiters are not served in any order. The semaphore is not re-entrant: its holder waits like all others.
  *
  * An object belongs to one thread at a time.
  */
@@ -33,20 +32,21 @@ public:
     QXSemaphore(const QXSemaphore&) = delete;
     QXSemaphore& operator=(const QXSemaphore&) = delete;
 
-    /** With `autoUnlock`, as unlock(); a lock that cannot be given back then stays, and nobody is told. */
+    /** With `autoUnlock` calls unlock() and ignores a failure: the lock file then stays. */
     ~QXSemaphore();
 
     /**
-     * One attempt. True: this call created the lock file. False: it exists already.
-     * Throws QXIOException with errno when it cannot be created for another reason; ENAMETOOLONG for a path of
-     * PATH_MAX characters and more.
+     * Makes one attempt. True: this call created the lock file. False: the file exists already.
+     * Throws QXIOException with errno if the file cannot be created for another reason; ENAMETOOLONG if its path has
+     * PATH_MAX characters or more.
      */
     bool lockResource();
 
     /**
-     * Attempts again and again, 10 to 989 random milliseconds apart, until the semaphore is taken; then true.
-     * `timeout` in seconds, at most 2147483: after that time QXTimeoutException; 0 waits for ever; a negative one makes
-     * a single attempt. QXIOException as from lockResource(), at once. A failure leaves nothing held.
+     * Repeats the attempt after random pauses of 10 to 989 milliseconds until the semaphore is taken; returns true.
+     * `timeout` is in seconds, at most 2147483. When it has passed, QXTimeoutException is thrown. With 0 there is no
+     * limit; with a negative value there is one attempt. A QXIOException of lockResource() is not retried. After a
+     * failure this object does not hold the semaphore.
      */
     bool lock(int timeout);
 
@@ -57,7 +57,7 @@ public:
      */
     void unlock();
 
-    /** The lock file's path, made of `lockDir` and `name` as they are now; empty when it is too long. */
+    /** The lock file's path, from the current values of `lockDir` and `name`; empty if it is too long. */
     std::string path() const;
 
     std::string name;

@@ -5,7 +5,7 @@
 
 namespace storestate {
 
-/** The system log's number of the facility "local0" to "local7"; nothing for any other name and for null. */
+/** The syslog number of a facility "local0" to "local7"; no value for any other name and for null. */
 std::optional<int> syslogFacility(const char* name);
 
 } // namespace storestate
