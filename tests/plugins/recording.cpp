@@ -1,4 +1,4 @@
-// A plug-in that writes down each call in the file $RECORDED_CALLS and answers with a value of its own.
+// A plug-in that records each call in the file $RECORDED_CALLS and returns a value of its own.
 #include "repository/RepositoryHandler.h"
 
 #include <cstring>
@@ -8,10 +8,13 @@
 
 using Text = const char*;
 
-template <class... Args>
-static void note(Text name, Text first, Args... others) {
+template <class Result, class... Args>
+static Result record(Result result, Text name, Text first, Args... others) {
     std::ofstream calls(getenv("RECORDED_CALLS"), std::ios::app);
-    ((calls << name << "(" << first), ..., (calls << ", " << others)), calls << ")";
+    calls << name << "(" << first;
+    ((calls << ", " << others), ...);
+    calls << ")";
+    return result;
 }
 
 static void* marker(intptr_t number) {
@@ -22,46 +25,56 @@ static char* path(const std::string& repository, const std::string& study) {
     return strcpy(new char[repository.size() + study.size() + 2], (repository + "/" + study).c_str());
 }
 
-int32_t unAge_(Text a, Text b) {
-    return note("unAge", a, b), 1;
-}
-int32_t freeMount_(Text a, Text b) {
-    return note("freeMount", a, b), 2;
-}
-void checkOverload_(Text a) {
-    note("checkOverload", a);
-}
-void* listDirs_(Text a, void* o, bool f) {
-    return note("listDirs", a, o, f), marker(3);
-}
-void* listFiles_(Text a, void* o, bool f) {
-    return note("listFiles", a, o, f), marker(4);
-}
-int32_t removeResource_(Text a, Text b) {
-    return note("removeResource", a, b), 5;
-}
-int32_t checkResourceStatus_(Text a, Text b) {
-    return note("checkResourceStatus", a, b), 6;
-}
-int32_t getRepositoryStatus_(Text a) {
-    return note("getRepositoryStatus", a), 7;
-}
-void* createLocation_(Text a, Text b, void* o, bool f) {
-    return note("createLocation", a, b, o, f), marker(8);
-}
-char* createDirectory_(Text a, Text b, void* o, bool f) {
-    return note("createDirectory", a, b, o, f), path(a, b);
+int32_t unAge_(Text repository, Text resource) {
+    return record(1, "unAge", repository, resource);
 }
 
-// Somebody else is quick: at the call after the one that finds "wait", "comes" becomes the record or "goes" removes it.
-char* getLocation_(Text a, Text b, void* o) {
-    note("getLocation", a, b, o);
-    const std::string info = std::string(a) + "/" + b + "/.info/";
+int32_t freeMount_(Text repository, Text subDirectory) {
+    return record(2, "freeMount", repository, subDirectory);
+}
+
+void checkOverload_(Text repository) {
+    record(0, "checkOverload", repository);
+}
+
+void* listDirs_(Text repository, void* opaque, bool flag) {
+    return record(marker(3), "listDirs", repository, opaque, flag);
+}
+
+void* listFiles_(Text repository, void* opaque, bool flag) {
+    return record(marker(4), "listFiles", repository, opaque, flag);
+}
+
+int32_t removeResource_(Text repository, Text resource) {
+    return record(5, "removeResource", repository, resource);
+}
+
+int32_t checkResourceStatus_(Text repository, Text resource) {
+    return record(6, "checkResourceStatus", repository, resource);
+}
+
+int32_t getRepositoryStatus_(Text repository) {
+    return record(7, "getRepositoryStatus", repository);
+}
+
+void* createLocation_(Text repository, Text fileName, void* opaque, bool flag) {
+    return record(marker(8), "createLocation", repository, fileName, opaque, flag);
+}
+
+char* createDirectory_(Text repository, Text subDir, void* opaque, bool flag) {
+    return record(path(repository, subDir), "createDirectory", repository, subDir, opaque, flag);
+}
+
+// Plays another process that works on the study: the call after the one that finds the file "wait" moves the file
+// "comes" to the record, or deletes the record if the file "goes" exists.
+char* getLocation_(Text repository, Text fileName, void* opaque) {
+    const std::string info = std::string(repository) + "/" + fileName + "/.info/";
+    const std::string studyRecord = info + "storestate.rec";
     if (unlink((info + "wait").c_str()) != 0) {
-        rename((info + "comes").c_str(), (info + "storestate.rec").c_str());
+        rename((info + "comes").c_str(), studyRecord.c_str());
         if (unlink((info + "goes").c_str()) == 0) {
-            unlink((info + "storestate.rec").c_str());
+            unlink(studyRecord.c_str());
         }
     }
-    return path(a, b);
+    return record(path(repository, fileName), "getLocation", repository, fileName, opaque);
 }

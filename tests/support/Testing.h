@@ -5,27 +5,32 @@
 #include "support/Workplace.h"
 
 #include <functional>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <memory>
-#include <tuple>
 #include <vector>
 
-/** How the QXException that `work` throws is rendered; empty when it throws none. */
-inline std::string thrown(const std::function<void()>& work) try {
-    return work(), "";
-} catch (const QXException& failure) {
-    return std::unique_ptr<char[]>(failure.toString()).get();
+/** The rendering of the QXException that `work` throws; empty if it throws none. */
+inline std::string thrown(const std::function<void()>& work) {
+    std::string rendering;
+    try {
+        work();
+    } catch (QXException& failure) {
+        failure.toString(rendering);
+    }
+    return rendering;
 }
 
-/** What has gone to the system log since the last time, for which a program with CapturedSyslog.cpp stands in. */
-enum LogCall { OPENED, WRITTEN, WRITTEN_BESIDE_SNAPSHOT, CLOSED };
-using Log = std::vector<std::tuple<LogCall, int, std::string>>; ///< with facility or priority, and identity or message
+/**
+ * Calls of the system log since the last takeLog(), in a program that is linked with CapturedSyslog.cpp:
+ * "open local0 as <identity>", "<priority>: <message>" or "<priority> after snapshot: <message>", and "close".
+ */
+using Log = std::vector<std::string>;
 Log takeLog();
 
-/** Keeps tables readable: puts the meaning of each mark, which the meaning itself does not contain, in its place. */
+/** Replaces each mark in `text` by its meaning, which must not contain the mark. */
 inline std::string expand(std::string text, const std::vector<std::pair<std::string, std::string>>& marks) {
     for (const auto& [mark, meaning] : marks) {
-        for (size_t at; (at = text.find(mark)) != std::string::npos;) {
+        for (size_t at = text.find(mark); at != std::string::npos; at = text.find(mark)) {
             text.replace(at, mark.size(), meaning);
         }
     }

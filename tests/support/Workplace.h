@@ -9,26 +9,38 @@
 #include <string>
 #include <unistd.h>
 
-/** Sets a variable of the environment, or unsets it for null. */
+/** Sets an environment variable; null unsets it. */
 inline void setVariable(const char* name, const char* value) {
-    value ? setenv(name, value, 1) : unsetenv(name);
-}
-
-/** A variable that scripts/lib/with-mariadb sets for the program that it runs. */
-inline std::string serverSetting(const std::string& name) {
-    if (const char* value = getenv(name.c_str())) {
-        return value;
+    if (value != nullptr) {
+        setenv(name, value, 1);
+    } else {
+        unsetenv(name);
     }
-    throw std::runtime_error(name + " is not set: run scripts/lib/with-mariadb --tcp");
 }
 
-/** Where the snapshot of this process lies. */
+/** A variable that scripts/lib/with-mariadb sets for its command. */
+inline std::string serverSetting(const std::string& name) {
+    const char* value = getenv(name.c_str());
+    if (value == nullptr) {
+        throw std::runtime_error(name + " is not set: this test needs scripts/lib/with-mariadb --tcp");
+    }
+    return value;
+}
+
+/** For tests that need the database server. */
+inline void requireServer() {
+    serverSetting("STORESTATE_TEST_SERVER");
+}
+
+/** The path of this process's snapshot. */
 inline std::string snapshotPath() {
     return "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
 }
 
-/** A repository and a lock directory in a temporary folder, which goes with the object, as goes a snapshot; and the
- * environment set to them and to the supplied plug-in. The database is that of scripts/lib/with-mariadb. */
+/**
+ * A repository and a lock directory in a temporary folder. The environment names them and the supplied plug-in. The
+ * destructor removes the folder and this process's snapshot.
+ */
 class Workplace {
 public:
     Workplace() {
@@ -41,8 +53,12 @@ public:
         setVariable("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR);
         setVariable("LOCK_VAR", locks().c_str());
     }
-    Workplace& operator=(Workplace&&) = delete; // nor any other copy
-    ~Workplace() { std::filesystem::remove_all(root), std::filesystem::remove(snapshotPath()); }
+    Workplace(const Workplace&) = delete;
+    Workplace& operator=(const Workplace&) = delete;
+    ~Workplace() {
+        std::filesystem::remove_all(root);
+        std::filesystem::remove(snapshotPath());
+    }
 
     std::string repository() const { return root + "/repository"; }
     std::string locks() const { return root + "/locks"; }
@@ -51,15 +67,16 @@ public:
     std::string record(const std::string& study) const { return info(study) + "/storestate.rec"; }
     std::string legacyList(const std::string& study) const { return info(study) + "/fwds"; }
 
-    /** Writes a file, and the directories on the way to it. */
+    /** Writes a file and creates its parent directories. */
     static void write(const std::string& path, const std::string& text) {
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());
         std::ofstream(path, std::ios::binary) << text;
     }
 
-    /** The text of a file; empty when there is none. */
+    /** The text of a file; empty if there is no file. */
     static std::string read(const std::string& path) {
-        return {std::istreambuf_iterator<char>(std::ifstream(path, std::ios::binary).rdbuf()), {}};
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
     std::string root;

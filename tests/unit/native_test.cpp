@@ -5,60 +5,71 @@
 extern "C" jboolean Java_quillon_util_StoreState_modify(JNIEnv*, jclass, jstring, jint, jobjectArray, jboolean);
 
 /**
- * A table of functions that can answer null at each place where a virtual machine may, which none does on demand.
- * A string is a text, an array a vector of texts; what is handed out is counted until it is given back.
+ * A function table of a virtual machine that can deny any of its answers, which no real one does on demand. A string is
+ * a text, an array a vector of texts.
  */
-namespace vm {
-using Array = std::vector<const char*>;
-int callsBeforeFailure;     // of those that can fail
-int characters, references; // handed out
-bool pending;               // an exception of the virtual machine
+namespace machine {
 
-template <class Text>
-Text unlessFailing(Text text, int& handedOut) {
-    EXPECT_FALSE(pending);
-    pending = callsBeforeFailure-- == 0;
-    handedOut += !pending;
-    return pending ? nullptr : text;
+using Array = std::vector<const char*>;
+
+int callsBeforeDenial;
+int charactersInUse = 0;
+int referencesInUse = 0;
+bool exceptionPending = false;
+
+template <class Answer>
+Answer unlessDenied(Answer answer, int& inUse) {
+    EXPECT_FALSE(exceptionPending);
+    exceptionPending = callsBeforeDenial-- == 0;
+    if (exceptionPending) {
+        return nullptr;
+    }
+    ++inUse;
+    return answer;
 }
 
-const JNINativeInterface_* table() {
-    static JNINativeInterface_ functions = {};
+JNINativeInterface_ functionTable() {
+    JNINativeInterface_ functions = {};
     functions.GetStringUTFChars = [](JNIEnv*, jstring string, jboolean*) {
-        return unlessFailing(reinterpret_cast<const char*>(string), characters);
+        return unlessDenied(reinterpret_cast<const char*>(string), charactersInUse);
     };
-    functions.ReleaseStringUTFChars = [](JNIEnv*, jstring, const char*) { --characters; };
+    functions.ReleaseStringUTFChars = [](JNIEnv*, jstring, const char*) { --charactersInUse; };
     functions.GetArrayLength = [](JNIEnv*, jarray array) { return jsize(reinterpret_cast<Array*>(array)->size()); };
     functions.GetObjectArrayElement = [](JNIEnv*, jobjectArray array, jsize index) {
-        EXPECT_LE(references, 1) << "those of a pair are given back with it";
+        EXPECT_LE(referencesInUse, 1) << "the references of the previous pair are released";
         auto* text = const_cast<char*>(reinterpret_cast<Array*>(array)->at(size_t(index)));
-        auto* element = unlessFailing(reinterpret_cast<jobject>(text), references);
-        pending = false; // a null element is no exception
+        auto* element = unlessDenied(reinterpret_cast<jobject>(text), referencesInUse);
+        exceptionPending = false; // a null element is no exception
         return element;
     };
-    functions.DeleteLocalRef = [](JNIEnv*, jobject) { --references; };
-    functions.ExceptionClear = [](JNIEnv*) { pending = false; };
-    return &functions;
+    functions.DeleteLocalRef = [](JNIEnv*, jobject) { --referencesInUse; };
+    functions.ExceptionClear = [](JNIEnv*) { exceptionPending = false; };
+    return functions;
 }
-} // namespace vm
+
+} // namespace machine
 
 TEST(NativeMethods, AnswerFalseWhateverTheVirtualMachineDenies) {
     const Workplace place;
-    const std::string old = "Version=\"1\"\n", changed = old + "Folder=\"S\"\nForwardDevices=\"D\"\n";
+    const std::string old = "Version=\"1\"\n";
+    const std::string changed = old + "Folder=\"S\"\nForwardDevices=\"D\"\n";
     Workplace::write(place.record("S"), old);
-    JNIEnv_ env = {vm::table()};
+    const JNINativeInterface_ functions = machine::functionTable();
+    JNIEnv_ environment = {&functions};
     char study[] = "S";
-    vm::Array pairs = {"-f", study, "-w", "D"};
+    machine::Array pairs = {"-f", study, "-w", "D"};
     auto* id = reinterpret_cast<jstring>(study);
     auto* options = reinterpret_cast<jobjectArray>(&pairs);
-    for (const int calls : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}) { // enough: the study's one, two for each element
-        vm::callsBeforeFailure = calls;
-        SCOPED_TRACE(calls);
-        EXPECT_EQ(Java_quillon_util_StoreState_modify(&env, nullptr, id, 2, options, 0), calls == 9);
-        EXPECT_EQ(Workplace::read(place.record("S")), calls == 9 ? changed : old);
+    constexpr int CALLS = 9; // one for the study, two for each element
+    for (int denied = 0; denied <= CALLS; ++denied) {
+        SCOPED_TRACE(denied);
+        machine::callsBeforeDenial = denied;
+        const bool done = denied == CALLS;
+        EXPECT_EQ(Java_quillon_util_StoreState_modify(&environment, nullptr, id, 2, options, 0), done);
+        EXPECT_EQ(Workplace::read(place.record("S")), done ? changed : old);
         EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
-        EXPECT_FALSE(vm::pending);
-        EXPECT_EQ(vm::characters, 0);
-        EXPECT_EQ(vm::references, 0);
+        EXPECT_FALSE(machine::exceptionPending);
+        EXPECT_EQ(machine::charactersInUse, 0);
+        EXPECT_EQ(machine::referencesInUse, 0);
     }
 }

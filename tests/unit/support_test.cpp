@@ -3,139 +3,197 @@
 #include "support/QXSemaphore.h"
 #include "support/Testing.h"
 
+#include <chrono>
 #include <climits>
 #include <iostream>
-#include <syslog.h>
 #include <thread>
 
-/** Each way to render it, with const and without, says the same. */
+using testing::ElementsAre;
+
+namespace {
+
+/** The rendering by each operation, a line each. */
 template <class Exception>
-static void expectRendering(Exception&& exception, const std::string& expected) {
-    std::string replaced = "old";
+std::string renderings(Exception& exception) {
+    std::string replaced = "old text";
     exception.toString(replaced);
-    EXPECT_EQ(replaced, expected);
-    EXPECT_EQ(std::unique_ptr<char[]>(exception.toString()).get(), expected);
-    ::testing::internal::CaptureStdout();
-    exception.print(std::cout), exception.print(stdout);
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(), expected + "\n" + expected + "\n");
-    if constexpr (!std::is_const_v<std::remove_reference_t<Exception>>) {
-        expectRendering(static_cast<const QXException&>(exception), expected);
-    }
+    const std::unique_ptr<char[]> copy(exception.toString());
+    testing::internal::CaptureStdout();
+    exception.print(std::cout);
+    exception.print(stdout);
+    return replaced + "\n" + copy.get() + "\n" + testing::internal::GetCapturedStdout();
 }
 
-/** Of somebody else's program. */
-struct OwnException : QXException {
+/** An exception class of another program. */
+class ForeignException : public QXException {
+public:
     void toString(std::string& out) override { out = "its own words"; }
 };
 
-TEST(QXException, RendersClassNumberAndMessage) {
-    const std::string text(2000, 'x'), sentence = "ASSERT (a == b) in x.cpp at line -2000000000.";
-    expectRendering(QXException(), "Unknown Exception: [1] Unknown exception");
-    expectRendering<QXException>(OwnException(), "its own words");
-    expectRendering(QXException(-7), "Unknown Exception: [-7] Unknown exception");
-    expectRendering(QXException("%d%%", 5), "Unknown Exception: [1] 5%");
-    expectRendering(QXException(2, "%s", text.c_str()), "Unknown Exception: [2] " + text.substr(0, 1023));
-    expectRendering(QXException(3, text), "Unknown Exception: [3] " + text);
-    expectRendering(QXIOException(13, "100%s"), "IO Exception: [13] 100%s");
-    expectRendering(QXTimeoutException(1, "late"), "Timeout Exception: [1] late");
-    expectRendering(QXAssertionException("a == b", -2000000000L, "x.cpp"), sentence);
-    expectRendering(QXAssertionException("a == b", -2000000000L, "x.cpp", "%s!", "no"), sentence + "\nno!");
+TEST(QXException, EachOperationRendersClassNumberAndMessage) {
+    const std::string longText(2000, 'x');
+    const std::string assertion = "ASSERT (a == b) in x.cpp at line -2000000000.";
+    const struct {
+        std::shared_ptr<QXException> exception;
+        std::string rendering;
+    } cases[] = {
+        {std::make_shared<QXException>(), "Unknown Exception: [1] Unknown exception"},
+        {std::make_shared<QXException>(-7), "Unknown Exception: [-7] Unknown exception"},
+        {std::make_shared<QXException>("%d%%", 5), "Unknown Exception: [1] 5%"},
+        {std::make_shared<QXException>(2, "%s", longText.c_str()),
+         "Unknown Exception: [2] " + longText.substr(0, 1023)},
+        {std::make_shared<QXException>(3, longText), "Unknown Exception: [3] " + longText},
+        {std::make_shared<QXIOException>(13, "100%s"), "IO Exception: [13] 100%s"},
+        {std::make_shared<QXTimeoutException>(1, "late"), "Timeout Exception: [1] late"},
+        {std::make_shared<QXAssertionException>("a == b", -2000000000L, "x.cpp"), assertion},
+        {std::make_shared<QXAssertionException>("a == b", -2000000000L, "x.cpp", "%s!", "no"), assertion + "\nno!"},
+        {std::make_shared<ForeignException>(), "its own words"},
+    };
+    for (const auto& [exception, rendering] : cases) {
+        const std::string line = rendering + "\n";
+        const std::string lines = line + line + line + line;
+        EXPECT_EQ(renderings(*exception), lines);
+        EXPECT_EQ(renderings(std::as_const(*exception)), lines) << "const";
+    }
 }
 
-class Semaphore : public ::testing::Test {
+class Semaphore : public testing::Test {
 protected:
-    bool held() const { return std::filesystem::exists(file); }
-    static_assert(sizeof(QXSemaphore) == 2 * sizeof(std::string) + sizeof(void*), "the five fields, and no other");
+    static_assert(sizeof(QXSemaphore) == 2 * sizeof(std::string) + sizeof(void*), "five fields");
+
+    bool isHeld() const { return std::filesystem::exists(file); }
 
     Workplace place;
     const std::string file = place.locks() + "/semaphore_s";
-    QXSemaphore other{"s", "", false};
+    QXSemaphore semaphore{"s", "", false};
 };
 
-TEST_F(Semaphore, IsGivenBackByItsHolderOrByForceExactlyOnce) {
+TEST_F(Semaphore, DestructorGivesBackWithAutoUnlockOnly) {
     EXPECT_TRUE(std::make_unique<QXSemaphore>("s", true)->lock(5));
-    EXPECT_FALSE(held()) << "autoUnlock";
+    EXPECT_FALSE(isHeld());
     EXPECT_TRUE(std::make_unique<QXSemaphore>("s", false)->lock(0));
-    EXPECT_FALSE(other.lockResource());
-    other.unlock();
-    EXPECT_TRUE(held()) << "not the holder, which has ended without it";
-    for (bool* right : {&other.forceUnlock, &other.locked}) {
-        *right = true;
-        other.unlock();
-        EXPECT_FALSE(held());
-        Workplace::write(file, "");
-        other.unlock();
-        EXPECT_TRUE(held()) << "the right to it is spent";
-    }
-    std::filesystem::remove(file);
-    other.autoUnlock = other.forceUnlock = true;
-    EXPECT_EQ(thrown([&] { other.unlock(); }), "") << "already gone";
-    std::filesystem::create_directory(file);
-    other.forceUnlock = true; // the destructor fails as unlock() does, and swallows that
-    EXPECT_EQ(thrown([&] { other.unlock(); }), "IO Exception: [21] Releasing semaphore failed: s [Is a directory]");
-    EXPECT_TRUE(other.forceUnlock);
+    EXPECT_TRUE(isHeld());
 }
 
-TEST_F(Semaphore, TimesOutAndWaits) {
-    ASSERT_TRUE(other.lock(1));
+TEST_F(Semaphore, HolderAndForceGiveBackExactlyOnce) {
+    Workplace::write(file, "");
+    EXPECT_FALSE(semaphore.lockResource());
+    semaphore.unlock();
+    EXPECT_TRUE(isHeld()) << "this object does not hold it";
+    for (bool* right : {&semaphore.forceUnlock, &semaphore.locked}) {
+        *right = true;
+        semaphore.unlock();
+        EXPECT_FALSE(isHeld());
+        Workplace::write(file, "");
+        semaphore.unlock();
+        EXPECT_TRUE(isHeld()) << "taken again by another object";
+    }
+}
+
+TEST_F(Semaphore, UnlockFailsUnlessTheFileIsGone) {
+    semaphore.forceUnlock = true;
+    EXPECT_EQ(thrown([&] { semaphore.unlock(); }), "");
+    std::filesystem::create_directory(file);
+    semaphore.forceUnlock = true;
+    semaphore.autoUnlock = true; // the destructor fails, too, and must not throw
+    EXPECT_EQ(thrown([&] { semaphore.unlock(); }), "IO Exception: [21] Releasing semaphore failed: s [Is a directory]");
+    EXPECT_TRUE(semaphore.forceUnlock);
+}
+
+TEST_F(Semaphore, WaitsForItsTimeoutOrForEver) {
+    ASSERT_TRUE(semaphore.lock(1));
     const auto start = std::chrono::steady_clock::now();
-    for (const int limit : {-1, -1, -1, -1, -1, -1, 1}) { // only the last one waits
-        EXPECT_EQ(thrown([&] { QXSemaphore("s", false).lock(limit); }), "Timeout Exception: [1] Semaphore timed out");
+    for (const int timeout : {-1, -1, -1, -1, -1, -1, 1}) { // only the last one waits
+        EXPECT_EQ(thrown([=] { QXSemaphore("s", false).lock(timeout); }), "Timeout Exception: [1] Semaphore timed out");
     }
     const std::chrono::duration<double> waited = std::chrono::steady_clock::now() - start;
     EXPECT_NEAR(waited.count(), 1.95, 0.95);
-    std::thread holder([&] { usleep(300000), other.unlock(); });
+    std::thread holder([&] {
+        usleep(300000);
+        semaphore.unlock();
+    });
     EXPECT_TRUE(QXSemaphore("s", false).lock(0));
     holder.join();
 }
 
-TEST_F(Semaphore, TakesItsDirectoryAsTold) { // what the system refuses: see faults/
-    other.lockDir += std::string(PATH_MAX - 1 - file.size(), '/');
-    EXPECT_TRUE(other.lockResource());
-    EXPECT_TRUE(held());
-    other.lockDir += "/";
-    EXPECT_EQ(thrown([&] { other.lock(20); }), "IO Exception: [36] Creating semaphore failed: s [File name too long]");
+TEST_F(Semaphore, PathIsComposedAtEachAttempt) {
+    semaphore.lockDir += std::string(PATH_MAX - 1 - file.size(), '/');
+    EXPECT_TRUE(semaphore.lockResource());
+    EXPECT_TRUE(isHeld());
+    semaphore.lockDir += "/";
+    EXPECT_EQ(thrown([&] { semaphore.lock(20); }),
+              "IO Exception: [36] Creating semaphore failed: s [File name too long]");
+}
+
+TEST_F(Semaphore, DirectoryIsTheArgumentElseLockVarElseTheCurrentOne) {
     setVariable("LOCK_VAR", "");
+    EXPECT_EQ(QXSemaphore("s", "/given", false).lockDir, "/given");
     EXPECT_EQ(QXSemaphore("s", false).lockDir, "");
     setVariable("LOCK_VAR", nullptr);
     EXPECT_EQ(QXSemaphore("s", false).lockDir, ".");
 }
 
-static void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
+void logWith(QXLogger& logger, LOG_MODE mode, const char* format, ...) {
     va_list args;
     va_start(args, format);
     logger.log(mode, format, args);
     va_end(args);
 }
 
-TEST(QXLogger, OpensTheFacilityThatTheModeAndTheEnvironmentSay) {
-    { QXLogger silent("neither opened nor closed"); }
-    const std::pair<const char*, int> facilities[] = {
-        {"local0", LOG_LOCAL0}, {"local1", LOG_LOCAL1}, {"local2", LOG_LOCAL2}, {"local3", LOG_LOCAL3},
-        {"local4", LOG_LOCAL4}, {"local5", LOG_LOCAL5}, {"local6", LOG_LOCAL6}, {"local7", LOG_LOCAL7},
-        {"local8", LOG_LOCAL0}, {"Local3", LOG_LOCAL0}, {"local3 ", LOG_LOCAL0}};
-    for (const auto& [name, facility] : facilities) {
-        setVariable("LOG_FACILITY", name);
-        QXLogger("me").debugLog("%s", "%d");
-        EXPECT_EQ(takeLog(), (Log{{OPENED, facility, "me"}, {WRITTEN, LOG_DEBUG, "%d"}, {CLOSED, 0, ""}})) << name;
+TEST(Logger, FacilityIsThatOfTheEnvironmentElseLocal0) {
+    const std::pair<const char*, std::string> facilities[] = {
+        {"local0", "local0"}, {"local1", "local1"}, {"local2", "local2"},  {"local3", "local3"},
+        {"local4", "local4"}, {"local5", "local5"}, {"local6", "local6"},  {"local7", "local7"},
+        {"local8", "local0"}, {"Local3", "local0"}, {"local3 ", "local0"}, {nullptr, "local0"},
+    };
+    for (const auto& [value, facility] : facilities) {
+        setVariable("LOG_FACILITY", value);
+        QXLogger("me").infoLog("message");
+        EXPECT_THAT(takeLog(), ElementsAre("open " + facility + " as me", "info: message", "close"));
     }
-    setVariable("LOG_FACILITY", nullptr), setVariable("LOG_OPER_FACILITY", "local2");
-    QXLogger logger(nullptr);
-    logger.errorLog("%d", 1), logger.infoLog("2");
-    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL0, "unknown"}, {WRITTEN, LOG_ERR, "1"}, {WRITTEN, LOG_INFO, "2"}}));
-    logWith(logger, MODE_OPER_INFO, "%d", 3), logWith(logger, MODE_OPER_ERROR, "4");
-    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL2, "unknown"}, {WRITTEN, LOG_INFO, "3"}, {WRITTEN, LOG_ERR, "4"}}));
-    logger.debugLog("5");
-    EXPECT_EQ(takeLog(), (Log{{OPENED, LOG_LOCAL0, "unknown"}, {WRITTEN, LOG_DEBUG, "5"}}));
 }
 
-TEST(StringBuffer, IsChangedInPlaceAndStaysValid) {
+TEST(Logger, ModeDecidesPriorityAndFacility) {
+    setVariable("LOG_FACILITY", "local1");
+    setVariable("LOG_OPER_FACILITY", "local2");
+    QXLogger logger(nullptr);
+    logger.errorLog("%d", 1);
+    logger.infoLog("%s", "%d");
+    EXPECT_THAT(takeLog(), ElementsAre("open local1 as unknown", "error: 1", "info: %d"));
+    logWith(logger, MODE_OPER_INFO, "%d", 3);
+    logWith(logger, MODE_OPER_ERROR, "4");
+    EXPECT_THAT(takeLog(), ElementsAre("open local2 as unknown", "info: 3", "error: 4"));
+    logger.debugLog("5");
+    EXPECT_THAT(takeLog(), ElementsAre("open local1 as unknown", "debug: 5"));
+    EXPECT_FALSE(g_qxDebug || g_qxVerbose) << "flags at load";
+}
+
+TEST(Logger, IsClosedIfOpenedAndStillLogsAfterItsDestructor) {
+    takeLog(); // of other tests
+    setVariable("LOG_FACILITY", nullptr);
+    { const QXLogger silent("neither opens nor closes the log"); }
+    alignas(QXLogger) char memory[sizeof(QXLogger)];
+    auto* logger = new (memory) QXLogger("me");
+    logger->debugLog("first");
+    logger->~QXLogger();
+    logger->debugLog("late");
+    EXPECT_THAT(takeLog(),
+                ElementsAre("open local0 as me", "debug: first", "close", "open local0 as unknown", "debug: late"));
+}
+
+TEST(Text, IsChangedInPlaceAndStaysValid) {
     const char* const noText = nullptr;
-    StringBuffer buffer, *const none = nullptr, *const other = &(new StringBuffer)->set("c");
+    StringBuffer* const noBuffer = nullptr;
+    auto* const other = new StringBuffer; // append() deletes it
+    other->set("c");
+    StringBuffer buffer;
     EXPECT_STREQ(buffer.text, "");
-    buffer.set("a").set(noText).append(".b").append("").append(other).append(none);
-    EXPECT_STREQ(buffer.append(noText).replace('.', '/').replace('\0', 'x').text, "a/bc");
+    buffer.set("a").set(noText).append(".b").append("").append(noText).append(other).append(noBuffer);
+    EXPECT_STREQ(buffer.text, "a.bc");
+    EXPECT_STREQ(buffer.replace('.', '/').replace('\0', 'x').text, "a/bc");
     EXPECT_STREQ(buffer.truncate(5), "a/bc");
     EXPECT_STREQ(buffer.truncate(1), "a/b");
     EXPECT_STREQ(buffer.truncate(3), "");
 }
+
+} // namespace
