@@ -1,7 +1,7 @@
-// A record, a legacy list and pairs of options, all parted by the character 1E: read, changed and stored. Compiled
-// twice, with FUZZ_FILES for whole loads and saves, and without for the reader and the options alone, which is quicker
-// by far. What is read can be written. What is stored reads back the same; what would not is refused, and nothing has
-// changed.
+// The input is a record, a legacy list and pairs of options, separated by the character 1E. They are read, applied and
+// stored. Whatever was read can be stored. A stored record reads back the same; any other record is refused, and no
+// file has changed. Compiled twice: with FUZZ_FILES for whole loads and saves, and without for the reader and the
+// options alone, which is much faster.
 #include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/TextFile.h"
@@ -13,14 +13,22 @@
 
 using namespace storestate;
 
-#define REQUIRE(condition) ((condition) ? void() : (dprintf(STDERR_FILENO, "violated: %s\n", #condition), abort()))
+#define REQUIRE(condition) require(condition, #condition)
 
 namespace {
 
 const Workplace place;
-const std::string record = place.record("S"), list = place.legacyList("S");
+const std::string record = place.record("S");
+const std::string list = place.legacyList("S");
 
-using Fields = std::map<std::string, std::string>; ///< what a record stores, by key
+void require(bool condition, const char* text) {
+    if (!condition) {
+        dprintf(STDERR_FILENO, "violated: %s\n", text);
+        abort();
+    }
+}
+
+using Fields = std::map<std::string, std::string>; ///< stored values by key
 
 Fields fields(const StoreState& state) {
     struct {
@@ -42,7 +50,8 @@ Fields fields(const StoreState& state) {
 }
 
 void read(StoreState& state, std::string_view text) {
-    for (RecordReader reader(state, nullptr); !text.empty();) {
+    RecordReader reader(state, nullptr);
+    while (!text.empty()) {
         reader.readLine(takePiece(text));
     }
 }
@@ -53,14 +62,14 @@ bool readsBack(const StoreState& state) {
     return fields(again) == fields(state) && formatRecord(again) == formatRecord(state);
 }
 
-/** An option changes its own fields only. */
+/** Applies an option, which must not change other fields than its own. */
 void apply(StoreState& state, const std::string& name, const std::string& value) {
     const Fields old = fields(state);
     try {
         applyModifyOption(state, name, value);
-    } catch (const QXException&) {
+    } catch (const QXException&) { // a list without devices, and no database
         REQUIRE(fields(state) == old);
-    } // no device in a list, no database to ask
+    }
     const ModifyOption* option = findModifyOption(name.c_str());
     const std::string own = option != nullptr ? " " + std::string(option->keys) + " " : "";
     for (const auto& [key, now] : fields(state)) {
@@ -74,33 +83,55 @@ std::string take(std::string& input) {
     return part;
 }
 
+void load(StoreState& state, const std::string& text, const std::string& legacy) {
+    if (!FUZZ_FILES) {
+        read(state, text);
+        return;
+    }
+    Workplace::write(record, text);
+    Workplace::write(list, legacy);
+    REQUIRE(state.load());
+}
+
+/** False: the record was refused, and no file has changed. */
+bool save(StoreState& state, const std::string& text, const std::string& legacy) {
+    try {
+        if (!FUZZ_FILES) {
+            requireReadable(state, formatRecord(state));
+            return true;
+        }
+        state.save();
+    } catch (const QXException&) {
+        if (FUZZ_FILES) {
+            REQUIRE(Workplace::read(record) == text);
+            REQUIRE(Workplace::read(list) == legacy);
+            REQUIRE(std::distance(std::filesystem::directory_iterator(place.info("S")), {}) == 2);
+        }
+        return false;
+    }
+    REQUIRE(Workplace::read(record) == formatRecord(state));
+    return true;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string input(data, data + size);
-    const std::string text = take(input), legacy = take(input);
-    StoreState state("S", ""), again("S", "");
-    read(again, text);
-    REQUIRE(readsBack(again));
-    if (FUZZ_FILES) {
-        Workplace::write(record, text), Workplace::write(list, legacy);
-    }
+    const std::string text = take(input);
+    const std::string legacy = take(input);
+    StoreState onlyRead("S", "");
+    read(onlyRead, text);
+    REQUIRE(readsBack(onlyRead));
+
+    StoreState state("S", "");
     state.diagnostics = nullptr;
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
-    FUZZ_FILES ? REQUIRE(state.load()) : read(state, text);
+    load(state, text, legacy);
     while (!input.empty()) {
-        const std::string name = take(input).c_str(), value = take(input).c_str(); // as Java hands them over
+        const std::string name = take(input).c_str(); // up to a NUL, as from Java
+        const std::string value = take(input).c_str();
         apply(state, name, value);
     }
-    bool saved = false;
-    try {
-        FUZZ_FILES ? void(state.save()) : requireReadable(state, formatRecord(state));
-        saved = true;
-    } catch (const QXException&) {
-        REQUIRE(!FUZZ_FILES || (Workplace::read(record) == text && Workplace::read(list) == legacy));
-        REQUIRE(!FUZZ_FILES || std::distance(std::filesystem::directory_iterator(place.info("S")), {}) == 2);
-    }
-    REQUIRE(saved == readsBack(state));
-    REQUIRE(!saved || !FUZZ_FILES || Workplace::read(record) == formatRecord(state));
+    REQUIRE(save(state, text, legacy) == readsBack(state));
     return 0;
 }
