@@ -4,7 +4,10 @@ import java.nio.file.Files;
 import java.nio.file.Paths;
 import quillon.util.StoreState;
 
-/** Uses the class, perhaps after loading a library itself or using a jar's class; prints the answer and libraries. */
+/**
+ * Uses the class and prints the answer and the native libraries in the process. An argument is a library to load
+ * before, or a jar whose class is used before.
+ */
 public final class Loading {
     public static void main(String[] args) throws Exception {
         if (args.length > 0 && args[0].endsWith(".jar")) {
@@ -13,8 +16,11 @@ public final class Loading {
         } else if (args.length > 0) {
             System.load(args[0]);
         }
-        System.out.println(StoreState.unlock("nobody's"));
-        Files.lines(Paths.get("/proc/self/maps")).filter(line -> line.contains("libstorestate.so"))
-            .map(line -> line.substring(line.indexOf('/'))).distinct().forEach(System.out::println);
+        System.out.println(StoreState.unlock("unknown"));
+        for (String mapping : Files.readAllLines(Paths.get("/proc/self/maps"))) {
+            if (mapping.contains("libstorestate.so") && mapping.contains("r-x")) {
+                System.out.println(mapping.substring(mapping.indexOf('/')));
+            }
+        }
     }
 }

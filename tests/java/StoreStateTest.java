@@ -1,82 +1,112 @@
-import static org.junit.jupiter.api.Assertions.*;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import java.nio.file.*;
-import java.util.*;
-import java.util.concurrent.*;
-import org.junit.jupiter.api.*;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Arrays;
+import java.util.concurrent.CompletableFuture;
+import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
+import java.util.function.Predicate;
+import org.junit.jupiter.api.Tag;
+import org.junit.jupiter.api.Test;
 import quillon.util.StoreState;
 
-/** In a real virtual machine, with the database and the folders of the environment. Tests run side by side. */
+/** In a real virtual machine, with the database and the folders of the environment. Tests run in parallel. */
 class StoreStateTest {
-    private static final ExecutorService THREADS = Executors.newCachedThreadPool();
+    static {
+        System.load(System.getProperty("library"));
+    }
 
-    static { System.load(System.getProperty("library")); }
+    private static Path record(String study) {
+        return Path.of(System.getenv("REPOSITORY_DICOM_DATA"), study, ".info/storestate.rec");
+    }
 
-    static Path in(String variable, String... names) { return Path.of(System.getenv(variable), names); }
+    private static String read(String study) throws IOException {
+        return Files.readString(record(study));
+    }
 
-    static Path record(String id) { return in("REPOSITORY_DICOM_DATA", id, ".info/storestate.rec"); }
+    private static boolean isLocked(String study) {
+        return Files.exists(Path.of(System.getenv("LOCK_VAR"), "semaphore_storestate_" + study));
+    }
 
-    static String read(String study) throws Exception { return Files.readString(record(study)); }
+    private static boolean modify(String study, int mode, String... options) {
+        return StoreState.modify(study, mode, options, false);
+    }
 
-    static boolean locked(String id) { return Files.exists(in("LOCK_VAR", "semaphore_storestate_" + id)); }
-
-    static boolean modify(String id, int mode, String... pairs) { return StoreState.modify(id, mode, pairs, false); }
-
-    /** Calls on a locked study, all at once: each waits its seconds and answers false. */
-    @Test
-    @Tag("waits")
-    void lockIsWaitedForButNotForEver() throws Exception {
-        assertTrue(StoreState.lock("busy"));
-        long from = System.nanoTime();
-        Map<String, Future<Boolean>> answers = new TreeMap<>();
-        answers.put("20 s: convert", THREADS.submit(() -> StoreState.convert("busy", false)));
-        answers.put("20 s: modify", THREADS.submit(() -> modify("busy", StoreState.MAY_EXIST)));
-        answers.put("30 s: lock", THREADS.submit(() -> StoreState.lock("busy")));
-        for (String name : answers.keySet()) {
-            assertFalse(answers.get(name).get(), name);
-            long late = TimeUnit.NANOSECONDS.toSeconds(System.nanoTime() - from) - Long.parseLong(name.substring(0, 2));
-            assertTrue(late >= 0 && late < 6, name + ", " + late + " s late");
-        }
-        assertFalse(Files.exists(record("busy")));
-        assertTrue(locked("busy"));
+    /** The call on a locked study must wait for its timeout and then fail. */
+    private static void assertTimesOut(int seconds, String study, Predicate<String> call) {
+        assertTrue(StoreState.lock(study));
+        long start = System.nanoTime();
+        assertFalse(call.test(study));
+        long late = TimeUnit.NANOSECONDS.toSeconds(System.nanoTime() - start) - seconds;
+        assertTrue(late >= 0 && late < 6, late + " s late");
+        assertFalse(Files.exists(record(study)));
+        assertTrue(isLocked(study));
     }
 
     @Test
-    void callerHoldsTheLockUntilAnybodyGivesItBack() throws Exception {
-        assertTrue(StoreState.unlock("held"), "nobody held it");
+    @Tag("waits")
+    void convertWaits() {
+        assertTimesOut(20, "convert", study -> StoreState.convert(study, false));
+    }
+
+    @Test
+    @Tag("waits")
+    void modifyWaits() {
+        assertTimesOut(20, "modify", study -> modify(study, StoreState.MAY_EXIST));
+    }
+
+    @Test
+    @Tag("waits")
+    void lockWaits() {
+        assertTimesOut(30, "lock", StoreState::lock);
+    }
+
+    @Test
+    void callerHoldsTheLockUntilAnyoneGivesItBack() throws Exception {
+        assertTrue(StoreState.unlock("held"), "not locked");
         assertTrue(StoreState.lock("held"));
         assertTrue(StoreState.convert("held", true));
         assertTrue(StoreState.modify("held", StoreState.MUST_EXIST, new String[] {"--folder", "F"}, true));
-        assertTrue(read("held").contains("\nFolder=\"F\"\n"));
-        Future<Boolean> waiter = THREADS.submit(() -> StoreState.lock("held"));
+        assertTrue(read("held").contains("\nFolder=\"F\"\n"), read("held"));
+        CompletableFuture<Boolean> waiter = CompletableFuture.supplyAsync(() -> StoreState.lock("held"));
         assertThrows(TimeoutException.class, () -> waiter.get(1500, TimeUnit.MILLISECONDS));
         assertTrue(StoreState.unlock("held"));
         assertTrue(waiter.get());
-        assertTrue(locked("held"));
+        assertTrue(isLocked("held"));
     }
 
     @Test
-    void recordIsMadeAndChangedUnderItsCondition() throws Exception {
+    void recordIsMadeAndChangedUnderItsCondition() throws IOException {
         assertFalse(modify("study", StoreState.MUST_EXIST));
         assertTrue(modify("study", StoreState.MUST_NOT_EXIST));
         String made = "Version=\"1\"\nOwnerDevice=\"PACS1\"\nStagedDevices=\"PACS2\"\nForwardDevices=\"WS1\"\n";
         assertEquals(made, read("study"));
         assertFalse(modify("study", StoreState.MUST_NOT_EXIST, "--folder", "F"));
+        assertEquals(made, read("study"));
         assertTrue(modify("study", StoreState.MAY_EXIST, "-d", "\u00e4\u20ac 100%s", "--removedevice", "PACS2"));
-        String changed = made.replace("StagedDevices=\"PACS2\"", "Derived=\"\u00e4\u20ac 100%s\"");
-        assertEquals(changed, read("study"));
-        Object before = Files.getAttribute(record("study"), "unix:ino");
-        assertTrue(modify("study", StoreState.MUST_EXIST, (String[]) null));
-        assertEquals(before, Files.getAttribute(record("study"), "unix:ino"), "not rewritten");
-        for (String[] refused : new String[][] {{"-w"}, {"-w", "A", "-c"}, {"-w", null}, {null, "A"}, {"-w", "A B"}}) {
-            assertFalse(modify("study", StoreState.MUST_EXIST, refused), () -> Arrays.toString(refused));
-            assertEquals(changed, read("study"), () -> Arrays.toString(refused));
-            assertFalse(locked("study"), () -> Arrays.toString(refused));
-        }
+        assertEquals(made.replace("StagedDevices=\"PACS2\"", "Derived=\"\u00e4\u20ac 100%s\""), read("study"));
     }
 
     @Test
-    void studiesThatCannotBeAreRefused() {
+    void recordStaysWithoutOptionsOrWithRefusedOnes() throws IOException {
+        assertTrue(modify("kept", StoreState.MAY_EXIST));
+        Object file = Files.getAttribute(record("kept"), "unix:ino");
+        assertTrue(modify("kept", StoreState.MUST_EXIST, (String[]) null));
+        String[][] refused = {{"-w"}, {"-w", "A", "-c"}, {"-w", null}, {null, "A"}, {"-w", "A B"}};
+        for (String[] options : refused) {
+            assertFalse(modify("kept", StoreState.MUST_EXIST, options), Arrays.toString(options));
+            assertFalse(isLocked("kept"), Arrays.toString(options));
+        }
+        assertEquals(file, Files.getAttribute(record("kept"), "unix:ino"), "not rewritten");
+    }
+
+    @Test
+    void impossibleStudiesAreRefused() {
         assertFalse(modify(null, StoreState.MAY_EXIST));
         assertFalse(StoreState.convert(null, true));
         assertFalse(StoreState.lock(null));
