@@ -1,4 +1,4 @@
-// Prints the lists that the code keeps, an entry a line, behind what it is an entry of.
+// Prints the lists of the code, one entry a line, after the list's name.
 #include "repository/EntryPoints.h"
 #include "storestate/Environment.h"
 #include "storestate/ModifyOptions.h"
