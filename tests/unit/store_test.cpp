@@ -7,158 +7,273 @@
 #include <sys/stat.h>
 
 using namespace std::filesystem;
-using namespace storestate;
 
-// On 32 bits, too: with shorter ones a record with a late date or a high number would be missed.
+namespace {
+
+// On 32 bits, too: otherwise a record with a late date or a high inode number would count as missing.
 static_assert(std::min({sizeof(stat::st_size), sizeof(stat::st_ino), sizeof(stat::st_mtime)}) == 8);
 
-class Store : public ::testing::Test {
-protected:
-    ~Store() override { unlink(snapshotPath().c_str()); }
+const std::string FAILURE = "Unknown Exception: [1] ";
 
+class Store : public testing::Test {
+protected:
     static perms mode(const std::string& file) { return status(file).permissions(); }
 
     Workplace place;
-    const std::string study = place.repository() + "/S", info = place.info("S"), record = place.record("S"),
-                      list = place.legacyList("S"), lock = place.lockFile("S");
+    const std::string study = place.repository() + "/S";
+    const std::string info = place.info("S");
+    const std::string record = place.record("S");
+    const std::string list = place.legacyList("S");
+    const std::string lock = place.lockFile("S");
     StoreState state{"S", ""};
 };
 
-TEST_F(Store, NewRecordIsMadeUnderTheLockThatLoadTakes) {
+TEST_F(Store, LoadTakesTheLockAndReleaseGivesItBack) {
     umask(0);
     EXPECT_FALSE(state.load()) << "unknown to the repository";
     EXPECT_EQ(mode(lock), perms(0660));
-    EXPECT_EQ(thrown([&] { state.convert(); }), "Unknown Exception: [1] Study S not found in repository.");
+    EXPECT_EQ(thrown([&] { state.convert(); }), FAILURE + "Study S not found in repository.");
     EXPECT_EQ(state.version, 0);
     state.release();
     EXPECT_FALSE(exists(lock));
+}
+
+TEST_F(Store, FirstSaveMakesTheDirectoriesAndTheRecord) {
+    requireServer();
+    umask(0);
     EXPECT_FALSE(state.exists());
     EXPECT_TRUE(state.save());
     EXPECT_TRUE(state.exists());
-    for (const std::string& directory : {study, info}) {
-        EXPECT_EQ(mode(directory), perms(0775)) << directory;
-    }
+    EXPECT_EQ(mode(study), perms(0775));
+    EXPECT_EQ(mode(info), perms(0775));
     EXPECT_EQ(mode(record), perms(0666));
-    EXPECT_TRUE(state.save()) << "its own record is in nobody's way";
-    EXPECT_TRUE(StoreState("S", "").save()) << "replaces what it never tried to load";
+    EXPECT_TRUE(state.save()) << "over its own record";
+    EXPECT_TRUE(StoreState("S", "").save()) << "over a record that it never tried to load";
 }
 
-TEST_F(Store, WhatIsSomebodyElsesIsLeftAlone) {
-    Workplace::write(record, "Version=\"0\"\n"), Workplace::write(list, "A\n"), Workplace::write(lock, "");
-    EXPECT_TRUE(StoreState("S", place.root).load()) << "another lock directory";
+TEST_F(Store, CallerWhoHoldsTheLockKeepsIt) {
+    Workplace::write(record, "Version=\"1\"\n");
+    Workplace::write(lock, "");
+    EXPECT_TRUE(StoreState("S", place.root).load()) << "with another lock directory";
     state.useLock = false;
     EXPECT_TRUE(state.load());
     EXPECT_TRUE(state.save());
-    EXPECT_TRUE(state.forwardDevices.Contains("A"));
-    Workplace::write(list, "B\n");
-    EXPECT_TRUE(state.save());
-    EXPECT_TRUE(exists(list)) << "not the list that was taken in";
     state.release();
-    EXPECT_TRUE(state.remove());
-    EXPECT_EQ(errno, 0) << "what the plug-in left there is gone";
-    EXPECT_FALSE(state.remove());
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_FALSE(StoreState("unknown", "").remove());
     EXPECT_TRUE(exists(lock));
 }
 
-TEST_F(Store, BrokenEnvironmentLosesNothingAndIsNamed) {
-    const std::string tables = "Missing environment variables:  TARGETTBL, DEVSERVTBL",
-                      query = "Error executing query: select ID, TYPE from ",
-                      where = " where SERVICE='AFwd' and ID=DEVICE";
+TEST_F(Store, SaveDeletesTheListThatItTookInOnly) {
+    Workplace::write(record, "");
+    Workplace::write(list, "A\n");
+    state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
+    EXPECT_TRUE(state.load());
+    EXPECT_TRUE(state.save());
+    EXPECT_TRUE(state.forwardDevices.Contains("A"));
+    EXPECT_FALSE(exists(list));
+    Workplace::write(list, "B\n");
+    EXPECT_TRUE(state.save());
+    EXPECT_TRUE(exists(list));
+}
+
+TEST_F(Store, RemoveDeletesTheRecord) {
+    Workplace::write(record, "");
+    EXPECT_TRUE(state.remove());
+    EXPECT_EQ(errno, 0);
+    EXPECT_FALSE(state.remove());
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(StoreState("unknown", "").remove());
+}
+
+TEST_F(Store, PluginIsCalledWithRootAndStudyAndNothingElse) {
+    const std::string calls = place.root + "/calls";
+    const std::string root = place.root + "/later";
+    Workplace::write(root + "/S/.info/storestate.rec", "Version=\"1\"\n");
+    setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording");
+    setVariable("RECORDED_CALLS", calls.c_str());
+    setVariable("REPOSITORY_DICOM_DATA", root.c_str()); // read at each call
     const struct {
-        const char *variable, *value; ///< null: unset
+        bool (StoreState::*operation)();
+        std::string call;
+    } cases[] = {
+        {&StoreState::exists, "getLocation(" + root + ", S, 0)"},
+        {&StoreState::load, "getLocation(" + root + ", S, 0)"},
+        {&StoreState::save, "createDirectory(" + root + ", S, 0, 0)"},
+        {&StoreState::remove, "getLocation(" + root + ", S, 0)"},
+    };
+    for (const auto& [operation, call] : cases) {
+        Workplace::write(calls, "");
+        EXPECT_TRUE((state.*operation)());
+        EXPECT_EQ(Workplace::read(calls), call);
+    }
+}
+
+TEST_F(Store, BrokenEnvironmentIsNamedAndChangesNothing) {
+    requireServer();
+    const std::string noTables = "Missing environment variables:  TARGETTBL, DEVSERVTBL";
+    const std::string query = "Error executing query: select ID, TYPE from ";
+    const std::string where = " where SERVICE='AFwd' and ID=DEVICE";
+    const struct {
+        const char* variable;
+        const char* value; ///< null: unset
         std::string failure;
     } cases[] = {
         {"REPOSITORY_DICOM_DATA", nullptr, "Missing environment: REPOSITORY_DICOM_DATA"},
         {"MYSQL_UNIX_PORT", "/none", "Error connecting to MySQL"},
-        {"TARGETTBL", nullptr, tables},
-        {"DEVSERVTBL", nullptr, tables},
+        {"TARGETTBL", nullptr, noTables},
+        {"DEVSERVTBL", nullptr, noTables},
         {"TARGETTBL", "Nothing", query + "Nothing, DeviceServices" + where},
         {"TARGETTBL", "archive.Targets", query + "archive.Targets, DeviceServices" + where},
         {"DEVSERVTBL", "DeviceServices ", query + "Targets, DeviceServices " + where},
     };
-    Workplace::write(record, "ForwardDevices=\"E\"\n"), Workplace::write(list, "A\n");
+    Workplace::write(record, "ForwardDevices=\"E\"\n");
+    Workplace::write(list, "A\n");
     for (const auto& [variable, value, failure] : cases) {
         const std::string good = serverSetting(variable);
         setVariable(variable, value);
         const std::string actual = thrown([] { StoreState("S", "").load(); });
         setVariable(variable, good.c_str());
-        EXPECT_EQ(actual, "Unknown Exception: [1] " + failure);
+        EXPECT_EQ(actual, FAILURE + failure);
         EXPECT_EQ(Workplace::read(record) + Workplace::read(list), "ForwardDevices=\"E\"\nA\n") << failure;
         EXPECT_FALSE(exists(lock)) << failure;
     }
 }
 
-TEST_F(Store, RootIsRequiredBeforeAnythingElse) {
+TEST_F(Store, RootIsRequiredFirst) {
     setVariable("REPOSITORY_DICOM_DATA", "");
     StoreState rootless("S", "/none");
-    for (const auto call : {&StoreState::exists, &StoreState::remove, &StoreState::load, &StoreState::save}) {
-        const std::string failure = thrown([&] { (rootless.*call)(); });
-        EXPECT_EQ(failure, "Unknown Exception: [1] Missing environment: REPOSITORY_DICOM_DATA");
+    for (const auto operation : {&StoreState::exists, &StoreState::remove, &StoreState::load, &StoreState::save}) {
+        EXPECT_EQ(thrown([&] { (rootless.*operation)(); }), FAILURE + "Missing environment: REPOSITORY_DICOM_DATA");
     }
     EXPECT_EQ(rootless.version, 0);
 }
 
-TEST_F(Store, WhatComesBetweenAnEmptyLoadAndTheSaveIsNotOverwritten) {
-    const std::string unread = "Unknown Exception: [1] Record of study S exists but was not read.",
-                      temporary = record + "." + std::to_string(getpid()), renaming = temporary + " to " + record,
-                      directory = "Unknown Exception: [1] Could not rename " + renaming + " [21: Is a directory]";
+TEST_F(Store, RecordThatAppearsAfterTheLoadIsNotOverwritten) {
+    const std::string unread = FAILURE + "Record of study S exists but was not read.";
+    const std::string temporary = record + "." + std::to_string(getpid());
+    const std::string noRename = FAILURE + "Could not rename " + temporary + " to " + record + " [21: Is a directory]";
+    const auto linkTo = [&](const std::string& target, const std::string& name) {
+        create_directories(info);
+        create_symlink(target, name);
+    };
     const struct {
         const char* name;
-        std::function<void()> come;
+        std::function<void()> appear;
         std::string outcome; ///< of the save
     } cases[] = {
         {"a record", [&] { Workplace::write(record, "Version=\"1\"\n"); }, unread},
-        {"a link to what is away", [&] { create_directories(info), create_symlink("/none", record); }, unread},
-        {"a way that cannot be looked at", [&] { create_directory(study), create_symlink(info, info); }, unread},
-        {"a directory", [&] { create_directories(record); }, directory},
+        {"a link to nothing", [&] { linkTo("/none", record); }, unread},
+        {"a record that cannot be looked at", [&] { linkTo(record, record); }, unread},
+        {"a directory", [&] { create_directories(record); }, noRename},
         {"a file for the information directory", [&] { Workplace::write(info, ""); }, "false"},
-        {"a link for the new file", [&] { create_directories(info), create_symlink(list, temporary); }, "false"},
-        {"what a dead process has left", [&] { Workplace::write(temporary, std::string(500, 'x')); }, "true"},
+        {"a link for the temporary file", [&] { linkTo(list, temporary); }, "false"},
+        {"a dead process's temporary file", [&] { Workplace::write(temporary, std::string(500, 'x')); }, "true"},
     };
-    for (const auto& [name, come, outcome] : cases) {
-        StoreState late("S", "");
-        EXPECT_FALSE(late.load()) << name;
-        come();
-        bool saved = false;
-        const std::string failure = thrown([&] { saved = late.save(); });
+    for (const auto& [name, appear, outcome] : cases) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(failure.empty() ? saved ? "true" : "false" : failure, outcome);
-        if (saved) {
-            EXPECT_EQ(Workplace::read(record).find('x'), std::string::npos);
+        StoreState late("S", "");
+        EXPECT_FALSE(late.load());
+        late.version = 2;
+        appear();
+        std::string result;
+        const std::string failure = thrown([&] { result = late.save() ? "true" : "false"; });
+        EXPECT_EQ(failure + result, outcome);
+        if (outcome == "true") {
+            EXPECT_EQ(Workplace::read(record), "Version=\"2\"\n");
         }
-        EXPECT_EQ(Workplace::read(list), "");
+        EXPECT_FALSE(exists(list));
         remove_all(study);
     }
 }
 
-TEST_F(Store, NewFileIsNoStandardStream) { // diagnostics would go into it
-    for (const int lowestClosed : {0, 1, 2}) {
-        int streams[] = {dup(0), dup(1), dup(2)};
-        const int next = dup(0);
-        close(next);
-        for (int stream = lowestClosed; stream <= 2; ++stream) {
+TEST_F(Store, RefusedRecordMakesNoDirectory) {
+    state.version = 1;
+    state.folder = "A!B";
+    EXPECT_EQ(thrown([&] { state.save(); }), FAILURE + "Record of study S cannot carry Folder=\"A!B\".");
+    EXPECT_FALSE(exists(study));
+}
+
+/** Closes the standard streams from one on for as long as it exists. */
+class ClosedStreams {
+public:
+    explicit ClosedStreams(int first) {
+        for (int stream = first; stream <= STDERR_FILENO; ++stream) {
             close(stream);
         }
-        const std::string failure = thrown([&] { state.save(); }); // which has the plug-in open a directory
-        TemporaryFile file((place.root + "/file").c_str());
-        file.open();
-        const std::vector<int> flags = {fcntl(lowestClosed, F_GETFD), fcntl(2, F_GETFD), fcntl(next, F_GETFD)};
-        for (int stream = 0; stream <= 2; ++stream) {
-            dup2(streams[stream], stream), close(streams[stream]);
+    }
+    ClosedStreams(const ClosedStreams&) = delete;
+    ClosedStreams& operator=(const ClosedStreams&) = delete;
+    ~ClosedStreams() {
+        for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+            dup2(copies[stream], stream);
+            close(copies[stream]);
         }
-        EXPECT_EQ(flags, (std::vector<int>{-1, -1, FD_CLOEXEC})) << lowestClosed;
-        EXPECT_EQ(failure, "") << lowestClosed;
-        file.write("text");
-        EXPECT_EQ(Workplace::read(place.root + "/file"), "text") << lowestClosed;
+    }
+
+private:
+    const int copies[3] = {dup(STDIN_FILENO), dup(STDOUT_FILENO), dup(STDERR_FILENO)};
+};
+
+bool isOpen(int file) {
+    return fcntl(file, F_GETFD) != -1;
+}
+
+/** Number of descriptors beyond the standard streams that a child process would get. */
+int inheritedFiles() {
+    int count = 0;
+    for (int file = STDERR_FILENO + 1; file < 100; ++file) {
+        count += isOpen(file) && (fcntl(file, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+    }
+    return count;
+}
+
+TEST_F(Store, TemporaryFileIsNeitherStandardStreamNorInherited) {
+    state.version = 1;
+    for (const int firstClosed : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        std::string failure;
+        bool reused = false;
+        int inherited = 0;
+        {
+            const ClosedStreams closed(firstClosed);
+            failure = thrown([&] { state.save(); });
+            storestate::TemporaryFile file((place.root + "/file").c_str());
+            inherited -= inheritedFiles();
+            file.open();
+            inherited += inheritedFiles();
+            reused = isOpen(firstClosed) || isOpen(STDERR_FILENO);
+        }
+        EXPECT_EQ(failure, "") << firstClosed;
+        EXPECT_FALSE(reused) << firstClosed;
+        EXPECT_EQ(inherited, 0) << firstClosed;
     }
 }
 
-TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wanted: see java/
-    setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording"), setVariable("RECORDED_CALLS", "/dev/null");
+TEST_F(Store, FailureLeavesNoStandardStreamOpen) {
+    create_directories(record); // cannot be read, and nothing can be renamed to it
+    std::string loadFailure;
+    std::string saveFailure;
+    bool openAfterLoad = false;
+    bool openAfterSave = false;
+    {
+        const ClosedStreams closed(STDIN_FILENO);
+        loadFailure = thrown([&] { state.load(); });
+        openAfterLoad = isOpen(STDIN_FILENO);
+        StoreState other("S", "");
+        other.version = 1;
+        saveFailure = thrown([&] { other.save(); });
+        openAfterSave = isOpen(STDIN_FILENO);
+    }
+    EXPECT_THAT(loadFailure, testing::HasSubstr("Reading file failed"));
+    EXPECT_THAT(saveFailure, testing::HasSubstr("Could not rename"));
+    EXPECT_FALSE(openAfterLoad);
+    EXPECT_FALSE(openAfterSave);
+}
+
+TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) {
+    setVariable("REPOSITORY_HANDLER_HOME", TEST_PLUGINS "/recording");
+    setVariable("RECORDED_CALLS", "/dev/null");
     const struct {
-        const char *event, *before; ///< the event comes after the first check
+        const char* event; ///< after the first check
+        const char* before;
         int32_t mode;
         bool locked;
     } cases[] = {
@@ -177,3 +292,5 @@ TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) { // that it may be as wa
         EXPECT_EQ(late.semaphore.locked, locked) << event << ", before: " << before;
     }
 }
+
+} // namespace
