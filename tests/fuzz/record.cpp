@@ -1,0 +1,85 @@
+// The input is a record, a legacy list and pairs of options, separated by the character 1E. They are read and applied
+// as by load(), convert() and modify(). Whatever was read can be stored. A changed record is refused exactly if it
+// would not read back the same.
+#include "storestate/Conversion.h"
+#include "storestate/ModifyOptions.h"
+#include "storestate/RecordFormat.h"
+#include "storestate/TextFile.h"
+#include "support/QXException.h"
+
+#include <unistd.h>
+
+using namespace storestate;
+
+namespace {
+
+void require(bool condition, const char* what) {
+    if (!condition) {
+        dprintf(STDERR_FILENO, "violated: %s\n", what);
+        abort();
+    }
+}
+
+void read(StoreState& state, std::string_view text) {
+    RecordReader reader(state, nullptr);
+    while (!text.empty()) {
+        reader.readLine(takePiece(text));
+    }
+}
+
+void readLegacyList(StoreState& state, std::string_view text) {
+    DeviceSetFiller forward(state.forwardDevices);
+    while (!text.empty()) {
+        const OFString name = legacyDevice(takePiece(text));
+        if (!name.empty()) {
+            forward.add(name);
+        }
+    }
+}
+
+/** The texts and device names of a record, each after its key. */
+std::vector<std::string> values(const StoreState& state) {
+    std::vector<std::string> all;
+    for (const auto& [key, value] : recordProperties(state)) {
+        const auto* text = std::get_if<const OFString*>(&value);
+        const auto* devices = std::get_if<const OFUnorderedSet<OFString>*>(&value);
+        if (text != nullptr) {
+            all.push_back(std::string(key) + "=" + **text);
+        }
+        for (unsigned int i = 0; devices != nullptr && i < (*devices)->NumberOfElements(); ++i) {
+            all.push_back(std::string(key) + "=" + (**devices)[i]);
+        }
+    }
+    return all;
+}
+
+bool readsBack(const StoreState& state) {
+    StoreState again("S", ".");
+    read(again, formatRecord(state));
+    return formatRecord(again) == formatRecord(state) && values(again) == values(state);
+}
+
+std::string take(std::string& input) {
+    const std::string part = input.substr(0, input.find('\x1e'));
+    input.erase(0, part.size() + 1);
+    return part;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string input(data, data + size);
+    StoreState state("S", ".");
+    state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
+    read(state, take(input));
+    require(readsBack(state), "what was read can be stored");
+    readLegacyList(state, take(input));
+    while (!input.empty()) {
+        const std::string name = take(input).c_str(); // up to a NUL, as from Java
+        const std::string value = take(input).c_str();
+        applyModifyOption(state, name, value);
+    }
+    const bool storable = !findUnstorable(state, formatRecord(state)).has_value();
+    require(storable == readsBack(state), "a record is refused exactly if it would not read back the same");
+    return 0;
+}
