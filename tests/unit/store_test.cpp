@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 using namespace std::filesystem;
 
@@ -31,6 +32,7 @@ protected:
 TEST_F(Store, LoadTakesTheLockAndReleaseGivesItBack) {
     umask(0);
     EXPECT_FALSE(state.load()) << "unknown to the repository";
+    EXPECT_FALSE(state.remove());
     EXPECT_EQ(mode(lock), perms(0660));
     EXPECT_EQ(thrown([&] { state.convert(); }), FAILURE + "Study S not found in repository.");
     EXPECT_EQ(state.version, 0);
@@ -38,7 +40,7 @@ TEST_F(Store, LoadTakesTheLockAndReleaseGivesItBack) {
     EXPECT_FALSE(exists(lock));
 }
 
-TEST_F(Store, FirstSaveMakesTheDirectoriesAndTheRecord) {
+TEST_F(Store, FirstSaveMakesWhatRemoveDeletes) {
     requireServer();
     umask(0);
     EXPECT_FALSE(state.exists());
@@ -48,6 +50,11 @@ TEST_F(Store, FirstSaveMakesTheDirectoriesAndTheRecord) {
     EXPECT_EQ(mode(info), perms(0775));
     EXPECT_EQ(mode(record), perms(0666));
     EXPECT_TRUE(state.save()) << "over its own record";
+    EXPECT_TRUE(state.remove());
+    EXPECT_EQ(errno, 0);
+    EXPECT_FALSE(state.remove());
+    EXPECT_EQ(errno, ENOENT);
+    Workplace::write(record, "");
     EXPECT_TRUE(StoreState("S", "").save()) << "over a record that it never tried to load";
 }
 
@@ -73,15 +80,6 @@ TEST_F(Store, SaveDeletesTheListThatItTookInOnly) {
     Workplace::write(list, "B\n");
     EXPECT_TRUE(state.save());
     EXPECT_TRUE(exists(list));
-}
-
-TEST_F(Store, RemoveDeletesTheRecord) {
-    Workplace::write(record, "");
-    EXPECT_TRUE(state.remove());
-    EXPECT_EQ(errno, 0);
-    EXPECT_FALSE(state.remove());
-    EXPECT_EQ(errno, ENOENT);
-    EXPECT_FALSE(StoreState("unknown", "").remove());
 }
 
 TEST_F(Store, PluginIsCalledWithRootAndStudyAndNothingElse) {
@@ -138,6 +136,13 @@ TEST_F(Store, BrokenEnvironmentIsNamedAndChangesNothing) {
     }
 }
 
+TEST_F(Store, RefusedRecordMakesNoDirectory) {
+    state.version = 1;
+    state.folder = "A!B";
+    EXPECT_EQ(thrown([&] { state.save(); }), FAILURE + "Record of study S cannot carry Folder=\"A!B\".");
+    EXPECT_FALSE(exists(study));
+}
+
 TEST_F(Store, RootIsRequiredFirst) {
     setVariable("REPOSITORY_DICOM_DATA", "");
     StoreState rootless("S", "/none");
@@ -185,87 +190,49 @@ TEST_F(Store, RecordThatAppearsAfterTheLoadIsNotOverwritten) {
     }
 }
 
-TEST_F(Store, RefusedRecordMakesNoDirectory) {
-    state.version = 1;
-    state.folder = "A!B";
-    EXPECT_EQ(thrown([&] { state.save(); }), FAILURE + "Record of study S cannot carry Folder=\"A!B\".");
-    EXPECT_FALSE(exists(study));
-}
-
-/** Closes the standard streams from one on for as long as it exists. */
-class ClosedStreams {
-public:
-    explicit ClosedStreams(int first) {
-        for (int stream = first; stream <= STDERR_FILENO; ++stream) {
-            close(stream);
-        }
-    }
-    ClosedStreams(const ClosedStreams&) = delete;
-    ClosedStreams& operator=(const ClosedStreams&) = delete;
-    ~ClosedStreams() {
-        for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
-            dup2(copies[stream], stream);
-            close(copies[stream]);
-        }
-    }
-
-private:
-    const int copies[3] = {dup(STDIN_FILENO), dup(STDOUT_FILENO), dup(STDERR_FILENO)};
-};
-
 bool isOpen(int file) {
     return fcntl(file, F_GETFD) != -1;
 }
 
-/** Number of descriptors beyond the standard streams that a child process would get. */
-int inheritedFiles() {
-    int count = 0;
-    for (int file = STDERR_FILENO + 1; file < 100; ++file) {
-        count += isOpen(file) && (fcntl(file, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+/** Whether `work` holds in a child process whose standard streams are closed from `first` on. */
+bool holdsWithoutStreams(int first, const std::function<bool()>& work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        for (int stream = first; stream <= STDERR_FILENO; ++stream) {
+            close(stream);
+        }
+        _exit(work() ? 0 : 1);
     }
-    return count;
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status == 0;
 }
 
 TEST_F(Store, TemporaryFileIsNeitherStandardStreamNorInherited) {
-    state.version = 1;
-    for (const int firstClosed : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        std::string failure;
-        bool reused = false;
-        int inherited = 0;
-        {
-            const ClosedStreams closed(firstClosed);
-            failure = thrown([&] { state.save(); });
+    const int folder = open(place.root.c_str(), O_PATH);
+    for (const int first : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        EXPECT_TRUE(holdsWithoutStreams(first, [&] {
+            const int next = fcntl(folder, F_DUPFD, STDERR_FILENO + 1); // the file's number
+            close(next);
             storestate::TemporaryFile file((place.root + "/file").c_str());
-            inherited -= inheritedFiles();
-            file.open();
-            inherited += inheritedFiles();
-            reused = isOpen(firstClosed) || isOpen(STDERR_FILENO);
-        }
-        EXPECT_EQ(failure, "") << firstClosed;
-        EXPECT_FALSE(reused) << firstClosed;
-        EXPECT_EQ(inherited, 0) << firstClosed;
+            return file.open() && !isOpen(first) && !isOpen(STDERR_FILENO) && fcntl(next, F_GETFD) == FD_CLOEXEC;
+        })) << first;
     }
 }
 
-TEST_F(Store, FailureLeavesNoStandardStreamOpen) {
-    create_directories(record); // cannot be read, and nothing can be renamed to it
-    std::string loadFailure;
-    std::string saveFailure;
-    bool openAfterLoad = false;
-    bool openAfterSave = false;
-    {
-        const ClosedStreams closed(STDIN_FILENO);
-        loadFailure = thrown([&] { state.load(); });
-        openAfterLoad = isOpen(STDIN_FILENO);
-        StoreState other("S", "");
-        other.version = 1;
-        saveFailure = thrown([&] { other.save(); });
-        openAfterSave = isOpen(STDIN_FILENO);
-    }
-    EXPECT_THAT(loadFailure, testing::HasSubstr("Reading file failed"));
-    EXPECT_THAT(saveFailure, testing::HasSubstr("Could not rename"));
-    EXPECT_FALSE(openAfterLoad);
-    EXPECT_FALSE(openAfterSave);
+TEST_F(Store, CallsWithoutStandardStreamsLeaveNoneOpen) {
+    state.version = 1;
+    EXPECT_TRUE(holdsWithoutStreams(STDIN_FILENO, [&] { return state.save() && !isOpen(STDIN_FILENO); }));
+    remove(path(record));
+    create_directory(record); // cannot be read, and no file can be renamed to it
+    EXPECT_TRUE(holdsWithoutStreams(STDIN_FILENO, [&] {
+        const std::string failure = thrown([&] { state.load(); });
+        return failure.find("Reading file failed") != failure.npos && !isOpen(STDIN_FILENO);
+    }));
+    EXPECT_TRUE(holdsWithoutStreams(STDIN_FILENO, [&] {
+        const std::string failure = thrown([&] { state.save(); });
+        return failure.find("Could not rename") != failure.npos && !isOpen(STDIN_FILENO);
+    }));
 }
 
 TEST_F(Store, ExistenceIsCheckedBeforeAndAfterTheLock) {
