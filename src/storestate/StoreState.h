@@ -95,7 +95,7 @@ public:
     /**
      * The text that save() writes. A record without a version first takes over the auto-forward devices and gets
      * version 1. Writes nothing. QXException: a value that no record can carry (the message names key and study); what
-     * addAutoForwardDevices() throws.
+     * addAutoForwardDevices() throws. load() takes two such values: a name of a legacy list and an auto-forward device.
      */
     std::string textToSave();
 

@@ -8,10 +8,11 @@
 #include <utility>
 
 /**
- * What a disk may hold after a power cut, by what POSIX promises and no more. Until a file was synced, its data may be
- * nothing, half, all, or zeros. Until a directory was synced, each name made, moved or deleted there may have reached
- * the disk or not. What lies in a directory whose own name is lost is lost with it. A file system that cannot sync
- * directories (EINVAL) is taken to write them at once. Locks are not looked at: they are given back by hand.
+ * The possible contents of a disk after a power cut, with no more guarantees than those of POSIX. Until a file is
+ * synced, its data may be empty, half, complete, or zeros. Until a directory is synced, each created, moved or deleted
+ * name in it may have reached the disk or not. If a directory's own name is lost, its contents are lost with it. A file
+ * system that cannot sync directories (EINVAL) is assumed to write them at once. Locks are ignored: they are removed by
+ * hand.
  */
 class Disk {
 public:
@@ -20,7 +21,8 @@ public:
     explicit Disk(const State& start) : live(start), possible({start}) {}
 
     void apply(const Call& call) {
-        const bool file = call.place == TEMPORARY, sync = call.op == FSYNC;
+        const bool file = call.place == TEMPORARY;
+        const bool sync = call.op == FSYNC;
         const bool done = call.error == 0 || call.error == EEXIST || (sync && !file && call.error == EINVAL);
         if (call.place == LOCK || !done) {
             return;
@@ -31,7 +33,8 @@ public:
         const std::string moved = live.count(call.path) != 0 ? live[call.path] : "";
         const auto change = [&](State& state) {
             if (call.op == OPEN && file) {
-                state[call.path] = UNSYNCED, text = "";
+                state[call.path] = UNSYNCED;
+                text = "";
             }
             if (call.op == MKDIR) {
                 state[call.path] = "/";
@@ -47,7 +50,7 @@ public:
             }
         };
         change(live);
-        const auto before = sync ? std::exchange(possible, {}) : possible; // after a sync no other state can be
+        const auto before = sync ? std::exchange(possible, {}) : possible; // a sync excludes other states
         for (State state : before) {
             change(state);
             if (!sync || file || names(state, call.path) == names(live, call.path)) {
@@ -62,7 +65,7 @@ public:
         for (const State& state : possible) {
             for (const std::string& fate : fates) {
                 State cut;
-                for (const auto& [path, content] : state) { // a directory comes before what it holds
+                for (const auto& [path, content] : state) { // a directory comes before its contents
                     const bool kept = cut.empty() || cut.count(parent(path)) != 0;
                     if (kept) {
                         cut[path] = content == UNSYNCED ? fate : content;
@@ -75,7 +78,7 @@ public:
     }
 
 private:
-    static constexpr char UNSYNCED[] = "the text, uncertain"; ///< content of the temporary file
+    static constexpr char UNSYNCED[] = "unsynced text"; ///< content of the temporary file
     static std::string parent(const std::string& path) { return path.substr(0, path.rfind('/')); }
 
     static State names(State state, const std::string& directory) {
