@@ -46,15 +46,11 @@ const char* storestate::databaseSocket() {
 
 DB_Query::~DB_Query() {
     releaseResult();
-    if (connection != nullptr) {
-        mysql_close(connection);
-    }
+    mysql_close(connection);
 }
 
 void DB_Query::releaseResult() {
-    if (result != nullptr) {
-        mysql_free_result(result);
-    }
+    mysql_free_result(result); // null is allowed, as in mysql_close()
     result = nullptr;
     row = nullptr;
 }
@@ -89,9 +85,7 @@ int DB_Query::init() {
 
 void DB_Query::openConnection() {
     releaseResult();
-    if (connection != nullptr) {
-        mysql_close(connection);
-    }
+    mysql_close(connection);
     connection = newHandle();
 }
 

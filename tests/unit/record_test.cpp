@@ -64,7 +64,7 @@ TEST(Record, ValuesAreReadByTheirPatterns) {
         {"a list without names stays", "ForwardDevices='A'\nForwardDevices=''\nForwardDevices=' '\n",
          "ForwardDevices='A'\n"},
         {"a folder ends before other characters", "Folder='A!B'\n", "Folder='A'\n"},
-        {"a word ends before a blank or NUL", std::string("SourceDevice='one two'\nProcessMode='A\0B'\n", 42),
+        {"a word ends before a blank or NUL", std::string("SourceDevice='one two'\nProcessMode='A\0B'\n", 41),
          "ProcessMode='A'\nSourceDevice='one'\n"},
         {"closing quotes, too many", "SourceDevice='one''' rest\nDerived='A''\n", "SourceDevice='one'\nDerived='A'\n"},
         {"closing quotes, none", "Derived='closed\r'\r\nForwardDevices='a\tb\rc d\r\nSourceStudy='last",
