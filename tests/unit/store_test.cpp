@@ -52,6 +52,7 @@ TEST_F(Store, FirstSaveMakesWhatRemoveDeletes) {
     EXPECT_TRUE(state.save()) << "over its own record";
     EXPECT_TRUE(state.remove());
     EXPECT_EQ(errno, 0);
+    EXPECT_FALSE(state.exists()) << "there is only its directory";
     EXPECT_FALSE(state.remove());
     EXPECT_EQ(errno, ENOENT);
     Workplace::write(record, "");
