@@ -11,22 +11,36 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
-/** Notes a call and has it done by `work`, or one in so many parts of it, unless it is to fail. */
+/** The injected error of the call that is about to be noted; 0: none. */
+static int injectedError(Op op) {
+    const size_t index = trace.size();
+    if (index == plan.at) {
+        return plan.error;
+    }
+    if (index < plan.at) {
+        return 0;
+    }
+    if (plan.how == Plan::SAME && op == trace[plan.at].op) {
+        return plan.error;
+    }
+    return plan.how == Plan::ALL ? EIO : 0;
+}
+
+/** Notes a call. Unless it is to fail, `work` does it, or the given fraction of it: 1 for all, 2 for half. */
 template <class Work>
 static int pass(Op op, const char* name, const std::string& path, const std::string& argument, Work work) {
     if (!noting || places.count(path) == 0) {
         return static_cast<int>(work(1));
     }
-    const size_t index = trace.size();
-    const bool again = plan.how == Plan::SAME && index > plan.at && op == trace[plan.at].op;
-    const int error = index == plan.at || again ? plan.error : index > plan.at && plan.how == Plan::ALL ? EIO : 0;
-    if (plan.how == Plan::KILL && index == plan.at) {
+    if (plan.how == Plan::KILL && trace.size() == plan.at) {
         raise(SIGKILL);
     }
-    const bool done = error <= 0 || error == EEXIST || op == CLOSE; // by somebody else; a descriptor goes anyway
+    const int error = injectedError(op);
+    const bool done = error <= 0 || error == EEXIST || op == CLOSE; // EEXIST: another process did it just before
     ssize_t result = done ? work(error == SHORT ? 2 : 1) : -1;
     if (error > 0) {
-        result = -1, errno = error;
+        result = -1;
+        errno = error;
     }
     if ((op == OPEN || op == OPENDIR) && result >= 0) {
         openFiles[static_cast<int>(result)] = path;
@@ -40,7 +54,7 @@ static std::string pathOf(int file) {
     return noting && openFiles.count(file) != 0 ? openFiles[file] : "";
 }
 
-// Also for the plug-in, loaded at run time. The headers give them the names for the width of file offsets and times.
+// The plug-in, loaded at run time, calls these, too. The headers rename them for 64-bit file offsets and times.
 #define CALL(op, type, name, parameters, path, argument, work)                                                         \
     extern "C" STORESTATE_EXPORT type name parameters {                                                                \
         return pass(op, #name, path, argument, [&]([[maybe_unused]] size_t parts) { return work; });                   \

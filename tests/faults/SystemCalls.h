@@ -1,4 +1,4 @@
-/** The system calls of this program, noted and perhaps broken on purpose. What ships knows nothing of it. */
+/** Notes the system calls of this program and makes some fail on purpose. The library itself has no such hook. */
 #ifndef TESTS_FAULTS_SYSTEMCALLS_H
 #define TESTS_FAULTS_SYSTEMCALLS_H
 
@@ -17,18 +17,19 @@ struct Call {
     Op op;
     const char* name; ///< of the function
     Place place;
-    std::string path, argument; ///< argument: what was written; a rename's new path; whether a file is "inheritable"
-    bool injected;              ///< the plan had it fail
-    int error;                  ///< 0: carried out
+    std::string path;
+    std::string argument; ///< the text that was written, the new path of a rename, "inheritable" without O_CLOEXEC
+    bool injected;        ///< the plan made it fail
+    int error;            ///< 0: success
 };
 
-/** What happens to call number `at`, and to later ones: those of its kind (SAME), or all (ALL, with EIO, or KILL). */
+/** What happens to call number `at` and, with SAME, to later ones of its kind; with ALL, all later ones get EIO. */
 struct Plan {
     enum How { NOTHING, ONCE, SAME, ALL, KILL } how;
     size_t at;
-    int error; ///< errno or SHORT; EEXIST: somebody else has just done it
+    int error; ///< errno or SHORT; EEXIST: another process has done it just before
 };
-constexpr int SHORT = -1; ///< half of what was asked for is read or written
+constexpr int SHORT = -1; ///< half of the requested bytes are read or written
 
 inline Plan plan;
 inline std::vector<Call> trace;

@@ -1,5 +1,5 @@
-// Whatever fails, whoever dies and whenever the power goes: a study has its old record or its new one, whole. A killed
-// process leaves its lock, which somebody must give back, and its temporary file, which harms nobody.
+// After any failure, kill or power cut, a study has its old record or its new one, never a part of one. A killed
+// process leaves its lock, which must be removed by hand, and its temporary file, which does no harm.
 #include "Disk.h"
 #include "storestate/ModifyOptions.h"
 #include "support/Export.h"
@@ -13,17 +13,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string PADDING = std::string(5000, '#') + "\n"; ///< what lies behind it takes a second read
-const std::string HEAD = "Version=\"2\"\nOwnerDevice=\"PACS7\"\n", TAIL = "ForwardDevices=\"X Y\"\n";
+const std::string PADDING = std::string(5000, '#') + "\n"; ///< the text after it takes a second read
+const std::string HEAD = "Version=\"2\"\nOwnerDevice=\"PACS7\"\n";
+const std::string TAIL = "ForwardDevices=\"X Y\"\n";
 const std::string MODIFIED = HEAD + "Folder=\"Main\"\nForwardDevices=\"X Y Z\"\n";
-const std::string NEW = "Version=\"1\"\nOwnerDevice=\"PACS1\"\n",
-                  FIRST = NEW + "Folder=\"Main\"\nForwardDevices=\"Z WS1\"\n";
+const std::string NEW = "Version=\"1\"\nOwnerDevice=\"PACS1\"\n";
+const std::string FIRST = NEW + "Folder=\"Main\"\nForwardDevices=\"Z WS1\"\n";
 const std::string CONVERTED =
     NEW + "Folder=\"Main\"\nArchiveDevice=\"@Archive-@TOP\"\nForwardDevices=\"X Y WS1 OLD1 OLD2 Z\"\n";
 
 struct Scenario {
     const char* name;
-    std::string record, list, after; ///< as found, empty: none; the record that the call leaves
+    std::string record; ///< empty: none
+    std::string list;   ///< empty: none
+    std::string after;  ///< the record that the call leaves
     int32_t mode;
     bool cluster = false; ///< several hosts share the file system
 } const SCENARIOS[] = {
@@ -33,24 +36,26 @@ struct Scenario {
     {"ClusterFirstSave", "", "", FIRST, RECORD_MUST_NOT_EXIST, true},
     {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, RECORD_MAY_EXIST, true},
 };
+/** For the test's name. */
 void PrintTo(const Scenario& scenario, std::ostream* out) {
     *out << scenario.name;
-} // for the test's name
+}
 
-/** Exceptions of which <path> and <to> are the call's, <number> and <text> the error's. */
-const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be created in repository.",
-                  UNREAD = "Unknown Exception: [1] Record of study 1.2.3 exists but was not read.",
-                  NOT_OPENED = "IO Exception: [<number>] Opening file for reading failed: <path> <text>",
-                  NOT_READ = "IO Exception: [<number>] Reading file failed: <path> <text>",
-                  NOT_WRITTEN = "IO Exception: [<number>] Writing file failed: <path> <text>";
+// Outcomes. <path> and <to> stand for the paths of the failed call, <number> and <text> for its error.
+const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be created in repository.";
+const std::string UNREAD = "Unknown Exception: [1] Record of study 1.2.3 exists but was not read.";
+const std::string NOT_OPENED = "IO Exception: [<number>] Opening file for reading failed: <path> <text>";
+const std::string NOT_READ = "IO Exception: [<number>] Reading file failed: <path> <text>";
+const std::string NOT_WRITTEN = "IO Exception: [<number>] Writing file failed: <path> <text>";
 
-/** What becomes of a failed call, in rows that may be one of several. No row: what is closed or deleted may stay. */
+/** The outcome of a modification whose given call fails. A call without a rule does not matter. */
 const struct Rule {
-    int ops, places;
+    int ops;
+    int places;
     std::string result;
-    int passedOver = 0; ///< this error is tried again, or does not matter
+    int passedOver = 0; ///< this error is retried or does not matter
 } RULES[] = {
-    {STAT, STUDY | RECORD, "false"}, // any of the four: it depends on what the study was looked for
+    {STAT, STUDY | RECORD, "false"}, // one of these four, depending on why the study was looked for
     {STAT, STUDY, "Unknown Exception: [1] Study 1.2.3 not found in repository."},
     {STAT, STUDY, NOT_MADE},
     {STAT, STUDY, UNREAD},
@@ -72,7 +77,7 @@ const struct Rule {
     {UNLINK, LOCK, "IO Exception: [<number>] Releasing semaphore failed: storestate_1.2.3 [<text>]"},
 };
 
-/** The first failed call with a rule decides. A study that is not found may be wanted, or be found the next time. */
+/** The outcome by the first failed call that has a rule. Of the rules for STAT, the one that fits `outcome`. */
 std::string expected(const std::string& outcome) {
     for (const Call& call : trace) {
         const std::string number = std::to_string(call.error), text = strerror(call.error);
@@ -91,26 +96,26 @@ std::string expected(const std::string& outcome) {
     return "true";
 }
 
-/** The last call of a kind; one that failed of itself when there was none. */
+/** The last call of a kind; a failed one if there was none. */
 Call lastCall(Op op, Place place) {
     const auto found = std::find_if(trace.rbegin(), trace.rend(),
                                     [&](const Call& call) { return call.op == op && call.place == place; });
     return found != trace.rend() ? *found : Call{op, "", place, "", "", false, ENOENT};
 }
 
-/** One change, made as the native method makes it: "true", "false", or the exception. Once more, it changes nothing. */
+/** One modification: "true", "false", or the exception. A second one changes nothing. */
 std::string modify(int32_t mode) {
-    bool done = false;
+    std::string result;
     noting = true;
     const std::string failure = thrown([&] {
-        StoreState state("1.2.3", ""); // with devices that stand in for the database's
+        StoreState state("1.2.3", ""); // its devices replace those of the database
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
         state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
         const std::vector<OptionPair> pairs = {{"--folder", "Main"}, {"--fwddevice", "Z"}};
-        done = modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE;
+        result = modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE ? "true" : "false";
     });
     noting = false;
-    return done ? "true" : failure.empty() ? "false" : failure;
+    return result + failure;
 }
 
 class Faults : public testing::TestWithParam<Scenario> {
@@ -133,12 +138,16 @@ protected:
         fs::remove_all(root);
         fs::remove(lock);
         for (const auto& [path, text] : state) {
-            text == "/" ? void(fs::create_directory(path)) : Workplace::write(path, text);
+            if (text == "/") {
+                fs::create_directory(path);
+            } else {
+                Workplace::write(path, text);
+            }
         }
         disk = Disk(state);
     }
 
-    /** The scenario's call: "true", after which no power cut takes the new record away, "false", or the exception. */
+    /** One modification under a plan. After "true", no power cut may lose the new record. */
     std::string call(const Plan& wanted, int32_t mode) {
         plan = wanted;
         ofCluster = scenario.cluster;
@@ -156,12 +165,12 @@ protected:
     }
 
     void expectNextCall() {
-        fs::remove(lock); // given back by hand
+        fs::remove(lock); // by hand
         EXPECT_EQ(call({}, RECORD_MAY_EXIST), "true");
         EXPECT_EQ(Workplace::read(record), scenario.after);
     }
 
-    /** One call under a plan, and one after it. */
+    /** One modification under a plan, and one after it. */
     void attempt(const Plan& fault) {
         const char* const ways[] = {"not", "once", "again and again", "and all later ones"};
         SCOPED_TRACE(testing::Message() << plain[fault.at].name << " " << plain[fault.at].path << ", call " << fault.at
@@ -189,9 +198,13 @@ protected:
 
     const Scenario& scenario = GetParam();
     Workplace here;
-    const std::string root = here.repository(), study = root + "/1.2.3", info = study + "/.info",
-                      record = here.record("1.2.3"), list = here.legacyList("1.2.3"), lock = here.lockFile("1.2.3"),
-                      temporary = record + "." + std::to_string(getpid());
+    const std::string root = here.repository();
+    const std::string study = root + "/1.2.3";
+    const std::string info = here.info("1.2.3");
+    const std::string record = here.record("1.2.3");
+    const std::string list = here.legacyList("1.2.3");
+    const std::string lock = here.lockFile("1.2.3");
+    const std::string temporary = record + "." + std::to_string(getpid());
     Disk::State start = {{root, "/"}};
     Disk disk{start};
     std::vector<Call> plain; ///< when all goes well
