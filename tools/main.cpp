@@ -16,5 +16,6 @@ void __wrap_dumpPS() {
 int main(int argc, char** argv) {
     setlocale(LC_CTYPE, "C.UTF-8"); // names are UTF-8, also under cron
     signal(SIGPIPE, SIG_IGN);       // a lock would stay; writing fails instead
+    signal(SIGXFSZ, SIG_IGN);
     return storestate::runCommandLine({argv + 1, argv + argc});
 }

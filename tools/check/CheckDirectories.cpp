@@ -18,8 +18,7 @@ namespace {
 
 constexpr char REPOSITORY[] = "REPOSITORY_DICOM_DATA";
 constexpr char LOCKS[] = "LOCK_VAR";
-constexpr size_t VISITS = 1000;          ///< directories, until it is clear whether there are studies
-constexpr int64_t CLOCK_DIFFERENCE = 60; ///< seconds
+constexpr size_t VISITS = 1000; ///< directories, until it is clear whether there are studies
 
 /** Names the directory, and whether several hosts may share it. */
 void reportPlace(const Report& report, const char* variable, const std::string& path) {
@@ -65,7 +64,7 @@ bool namesDirectory(const Report& report, const char* variable, const std::strin
 /** Takes and gives back a lock of no study. False: that is not possible, which is BAD. */
 bool tryLock(const Report& report, const std::string& path) {
     try {
-        QXSemaphore semaphore("check." + std::to_string(getpid()), true);
+        QXSemaphore semaphore("check." + std::to_string(getpid()) + "." + std::to_string(time(nullptr)), true);
         semaphore.lock(-1);
         struct stat status;
         const bool known = stat(semaphore.path().c_str(), &status) == 0;
@@ -125,8 +124,8 @@ void checkRepository(const Report& report) {
                     ": the rights of the server may differ",
                 "run it as the server's user"});
     }
+    const int error = access(path.c_str(), TO_SAVE) != 0 ? errno : ENOSPC;
     const std::string denied = accessFault(path, TO_SAVE);
-    const int error = denied.empty() ? ENOSPC : errno;
     const std::string fault = denied.empty() ? spaceFault(path) : denied;
     if (!fault.empty()) {
         report({Verdict::BAD, REPOSITORY, fault, remedyForWriting(error)});

@@ -6,10 +6,13 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -25,8 +28,10 @@ using std::chrono::milliseconds;
 struct Child {
     const CheckPart* part;
     pid_t process;
-    int output; ///< from where its findings are read
+    int output; ///< its findings can be read here
 };
+
+constexpr int PART_COMPLETE = 42; ///< exit status; a plug-in may end the process with any other
 
 /** Sends each finding as a line of JSON, at once; never returns. */
 [[noreturn]] void run(const CheckPart& part, int output) {
@@ -34,12 +39,14 @@ struct Child {
         const std::string line = Json(finding).dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
         static_cast<void>(!write(output, line.data(), line.size()));
     };
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    dup2(STDERR_FILENO, STDOUT_FILENO); // where a plug-in may print
     try {
         part.run(report);
-    } catch (const std::exception& failure) {
-        report({Verdict::UNKNOWN, part.subject, failure.what(), "try again"});
+        _exit(PART_COMPLETE);
+    } catch (...) {
+        _exit(EXIT_FAILURE);
     }
-    _exit(0);
 }
 
 Child begin(const CheckPart& part) {
@@ -55,52 +62,46 @@ Child begin(const CheckPart& part) {
     return {&part, process, ends[0]};
 }
 
-/** What comes until the other end is closed; false when that has not happened in time. */
-bool receive(int input, Clock::time_point deadline, std::string& text) {
+/** What comes until the other end is closed or the time is over. */
+std::string receive(int input, Clock::time_point deadline) {
+    std::string text;
     for (;;) {
         const auto left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now()).count();
         pollfd ready = {input, POLLIN, 0};
-        const int answer = poll(&ready, 1, std::max(0, static_cast<int>(left))); // in any case what is there already
-        if (answer == 0 || (answer < 0 && errno != EINTR)) {
-            return false;
-        }
+        const int answer = poll(&ready, 1, std::max(0, static_cast<int>(left))); // also takes what has come already
         char part[4096];
-        const ssize_t size = ready.revents != 0 ? read(input, part, sizeof part) : -1;
-        if (size == 0) {
-            return true;
+        const ssize_t size = answer > 0 ? read(input, part, sizeof part) : 0;
+        if (size <= 0) {
+            return text;
         }
-        text.append(part, size > 0 ? static_cast<size_t>(size) : 0);
+        text.append(part, static_cast<size_t>(size));
     }
 }
 
-/** How the process has ended; does not wait for one that hangs in a call that nothing interrupts. */
-int reap(pid_t process) {
+/** The process's exit status; -1 if a signal has ended it. Nothing: it did not end in time, and was killed. */
+std::optional<int> reap(pid_t process, Clock::time_point deadline) {
     int status = 0;
-    const auto deadline = Clock::now() + milliseconds(500);
-    while (waitpid(process, &status, WNOHANG) == 0 && Clock::now() < deadline) {
+    while (waitpid(process, &status, WNOHANG) == 0) {
+        if (Clock::now() >= deadline) {
+            kill(process, SIGKILL); // it may hang in a call that nothing interrupts, so nobody waits for its end
+            return std::nullopt;
+        }
         std::this_thread::sleep_for(milliseconds(1));
     }
-    return status;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 void finish(Findings& findings, const Child& child, Clock::time_point deadline) {
-    const CheckPart& part = *child.part;
-    std::string lines;
-    const bool inTime = receive(child.output, deadline, lines);
-    if (!inTime) {
-        kill(child.process, SIGKILL);
-    }
-    const int status = reap(child.process);
+    const std::string lines = receive(child.output, deadline);
+    const std::optional<int> status = reap(child.process, deadline);
     for (size_t start = 0, end = 0; (end = lines.find('\n', start)) != std::string::npos; start = end + 1) {
         findings.push_back(Json::parse(lines.substr(start, end - start)).get<Finding>());
     }
-    if (!inTime) {
+    if (status != PART_COMPLETE) {
         const std::string limit = std::to_string(CHECK_SECONDS);
-        findings.push_back({Verdict::BAD, part.subject, "no answer within " + limit + " seconds", part.remedy});
-    } else if (WIFSIGNALED(status)) {
-        findings.push_back({Verdict::BAD, part.subject,
-                            std::string("the check was ended by a signal: ") + strsignal(WTERMSIG(status)),
-                            part.remedy});
+        findings.push_back({Verdict::BAD, child.part->subject,
+                            status.has_value() ? "its check broke off" : "no answer within " + limit + " seconds",
+                            child.part->remedy});
     }
 }
 

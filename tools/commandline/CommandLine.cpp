@@ -87,21 +87,26 @@ private:
     CLI::App* add(const char* name, const char* meaning, const Words& variables, const std::function<int()>& run) {
         CLI::App* command = app.add_subcommand(name, meaning);
         command->final_callback([this, run, variables] { chosen = {run, variables}; });
-        command->add_option("--env-of", request.process, "take the environment variables of this own process")
+        command
+            ->add_option("--env-of", request.process, "take the environment variables of this process of the same user")
             ->option_text("PID");
-        command->add_flag("--allow-root", request.allowRoot, "work although root calls");
+        command->add_flag("--allow-root", request.allowRoot, "run as root");
         return command;
     }
 
     template <class Seconds>
     static void addWait(CLI::App* command, Seconds& seconds) {
-        command->add_option("--wait", seconds, "how long to wait for a lock")
+        command
+            ->add_option("--wait", seconds,
+                         "how long to wait for a lock; default 20, for lock 30, for several studies 0")
             ->option_text("SECONDS")
             ->check(CLI::Range(0, 1000000));
     }
 
     void addAge(CLI::App* command) {
-        command->add_option("--older-than", request.minimumAge, "only locks of at least this age: 90s, 10m, 2h, 3d")
+        command
+            ->add_option("--older-than", request.minimumAge,
+                         "only locks of at least this age: 90s, 10m, 2h, 3d; unlock: default 10m")
             ->option_text("AGE")
             ->transform(CLI::AsNumberWithUnit(AGE_UNITS, CLI::AsNumberWithUnit::UNIT_REQUIRED));
     }
@@ -110,16 +115,16 @@ private:
         CLI::App* show = add("show", "Print records as they are stored", READING,
                              [this] { return showRecords(request.studies, request.asJson); });
         show->add_option("STUDY", request.studies, "study identifiers")->required();
-        show->add_flag("--json", request.asJson, "for scripts");
+        show->add_flag("--json", request.asJson, "print JSON");
     }
 
     void describeModify() {
         CLI::App* modify = add("modify", "Change a record: -- OPTION VALUE...", WRITING, [this] {
             request.modify.options = pairs(request.recordOptions);
-            return modifyRecord(request.modify);
+            return changeRecord(request.modify);
         });
         modify->add_option("STUDY", request.modify.study, "study identifier")->required();
-        modify->add_flag("--new", request.modify.isNew, "make the record, which must not exist yet");
+        modify->add_flag("--new", request.modify.isNew, "create the record; it must not exist");
         modify->add_flag("--dry-run", request.modify.dryRun,
                          "only report what would change, or why the call would fail");
         addWait(modify, request.modify.lockSeconds);
@@ -135,7 +140,7 @@ private:
         convert->add_flag("--dry-run", parsed.dryRun, "only report what would change");
         addWait(convert, parsed.lockSeconds);
 
-        CLI::App* verify = add("verify", "Find records and lists that are not in order", WRITING,
+        CLI::App* verify = add("verify", "Report damaged, unreadable and unwritable records", READING,
                                [this] { return verifyRecords(request.studies); });
         verify->add_option("STUDY", request.studies,
                            "study identifiers; - reads them from standard input; none: all studies");
@@ -157,13 +162,13 @@ private:
         CLI::App* locks = add("locks", "List the locks that are held, oldest first", variables,
                               [this] { return listLocks(request.minimumAge.value_or(0), request.asJson); });
         addAge(locks);
-        locks->add_flag("--json", request.asJson, "for scripts");
+        locks->add_flag("--json", request.asJson, "print JSON");
     }
 
     void describeCheck() {
-        CLI::App* check = add("check", "Tell whether the library would work here", {},
+        CLI::App* check = add("check", "Check whether the library can work here", {},
                               [this] { return checkEnvironment(request.check); });
-        check->add_flag("--json", request.check.asJson, "for scripts");
+        check->add_flag("--json", request.check.asJson, "print JSON");
         check->add_flag("--monitor", request.check.asMonitor,
                         "one line first, and the statuses of monitoring plug-ins");
     }
@@ -230,12 +235,13 @@ bool isMonitor(const Words& words) {
 
 } // namespace
 
-int runCommandLine(const Words& words) {
+int runCommandLine(const Words& given) {
+    const Words words = given.empty() ? Words{"--help"} : given;
     bool answered = false;
     int status = parseAndRun(words, answered);
     const std::string fault = outputFault();
     if (!fault.empty()) {
-        status = complain("storestate", fault);
+        status = complain(words.front(), fault);
         answered = false;
     }
     return answered || !isMonitor(words) ? status : STATUS_MONITOR_UNKNOWN;

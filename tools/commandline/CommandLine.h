@@ -6,7 +6,7 @@
 
 namespace storestate {
 
-/** Runs what the words behind the program's name ask for; returns the exit status. Throws nothing. */
+/** Runs the command of the words behind the program's name; without words prints help. Returns the exit status. */
 int runCommandLine(const std::vector<std::string>& words);
 
 } // namespace storestate

@@ -1,6 +1,6 @@
 /**
  * The commands of the operator's tool. Each prints its result on standard output and failures on standard error, and
- * returns an exit status. Each throws what its arguments alone make impossible as a Failure with STATUS_USAGE.
+ * returns an exit status. Arguments that are impossible are a Failure with STATUS_USAGE.
  */
 #ifndef TOOLS_COMMANDS_COMMANDS_H
 #define TOOLS_COMMANDS_COMMANDS_H
@@ -28,7 +28,7 @@ struct ModifyRequest {
 };
 
 /** Applies the options as the Java method does. */
-int modifyRecord(const ModifyRequest& request);
+int changeRecord(const ModifyRequest& request);
 
 struct ConvertRequest {
     Studies studies; ///< "-" stands for the identifiers on standard input

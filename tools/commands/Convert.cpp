@@ -3,13 +3,10 @@
 #include "locks/StudyLocks.h"
 #include "record/RecordView.h"
 #include "record/StoredRecord.h"
-#include "storestate/FileError.h"
 #include "storestate/RecordFormat.h"
 #include "studies/BulkRun.h"
 #include "studies/StudyList.h"
 #include "terminal/Interruption.h"
-
-#include <cerrno>
 
 namespace storestate {
 namespace {
@@ -31,18 +28,19 @@ int convertLoaded(const ConvertRequest& request, StoreState& state, Counts& coun
     if (!current.text.damage.empty()) {
         throw Failure(current.text.damage);
     }
-    state.load();
+    if (!state.load()) {
+        throw Failure("The record was removed just now.", STATUS_EXISTENCE);
+    }
     const std::string before = formatRecord(current.state);
     const std::string after = withValueRule(state, [&] { return state.textToSave(); });
     if (before == after) {
         ++counts.unchanged;
         return STATUS_DONE;
     }
-    errno = 0;
     if (request.dryRun) {
         printChange(study, before, after);
     } else if (!state.save()) {
-        throwFileError("Creating the temporary record file failed: ", current.writingDirectory().c_str());
+        current.throwNotCreated();
     }
     ++counts.converted;
     return STATUS_DONE;

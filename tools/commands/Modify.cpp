@@ -7,9 +7,6 @@
 #include "storestate/RecordFormat.h"
 #include "terminal/Interruption.h"
 
-#include <cerrno>
-#include <cstring>
-
 namespace storestate {
 namespace {
 
@@ -56,30 +53,23 @@ int reportObstacles(const ModifyRequest& request, const StoredRecord& record) {
     return status;
 }
 
+void require(ModifyResult result, const StoredRecord& record) {
+    if (result == ModifyResult::NO_TEMPORARY_FILE) {
+        record.throwNotCreated();
+    }
+    if (result != ModifyResult::DONE) {
+        throw Failure("The record was created or removed just now.", STATUS_EXISTENCE);
+    }
+}
+
 int tryModification(const ModifyRequest& request, StoreState& state, const StoredRecord& before) {
     state.useLock = false;
     const std::string after = withValueRule(state, [&] {
-        applyModification(state, existenceMode(request), pairsOf(request.options));
+        require(applyModification(state, existenceMode(request), pairsOf(request.options)), before);
         return state.textToSave();
     });
     printChange(request.study, request.isNew ? "" : formatRecord(before.state), after);
     return reportObstacles(request, before);
-}
-
-int saveModification(const ModifyRequest& request, StoreState& state, const StoredRecord& before) {
-    const ModifyResult result = withValueRule(state, [&] {
-        errno = 0;
-        return modifyRecord(state, existenceMode(request), pairsOf(request.options));
-    });
-    const int error = errno;
-    if (result == ModifyResult::WRONG_EXISTENCE) {
-        throw Failure("The record was created or removed just now.", STATUS_EXISTENCE);
-    }
-    if (result == ModifyResult::NO_TEMPORARY_FILE) {
-        throw Failure("Creating the temporary record file failed: " + before.writingDirectory() + ": " +
-                      strerror(error));
-    }
-    return STATUS_DONE;
 }
 
 int modify(const ModifyRequest& request) {
@@ -94,12 +84,14 @@ int modify(const ModifyRequest& request) {
     takeLock(state, request.lockSeconds);
     StoredRecord current(request.study); // as it is under the lock
     readSound(request, current);
-    return saveModification(request, state, current);
+    withValueRule(state,
+                  [&] { require(modifyRecord(state, existenceMode(request), pairsOf(request.options)), current); });
+    return STATUS_DONE;
 }
 
 } // namespace
 
-int modifyRecord(const ModifyRequest& request) {
+int changeRecord(const ModifyRequest& request) {
     pointOutMarkings(request);
     deferSignals();
     return guardedStudy(request.study, [&] { return modify(request); });

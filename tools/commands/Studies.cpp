@@ -3,14 +3,11 @@
 #include "terminal/Status.h"
 #include "terminal/Text.h"
 
-#include <algorithm>
-
 namespace storestate {
 
 int listStudies() {
-    StudyWalk walk = walkStudies();
+    const StudyWalk walk = walkStudies();
     int status = STATUS_DONE;
-    std::sort(walk.studies.begin(), walk.studies.end());
     for (const std::string& study : walk.studies) {
         if (study.find('\n') != std::string::npos) {
             status = complain("studies", study + ": a list cannot hold this name, which has a line feed in it");

@@ -8,7 +8,6 @@
 #include "studies/StudyList.h"
 #include "terminal/Text.h"
 
-#include <algorithm>
 #include <map>
 
 namespace storestate {
@@ -92,11 +91,9 @@ int statusOf(const std::string& kind) {
 } // namespace
 
 int verifyRecords(const Studies& arguments) {
-    StudyWalk walk;
-    walk.studies = collectStudies(arguments);
-    if (arguments.empty()) {
-        walk = walkStudies();
-        std::sort(walk.studies.begin(), walk.studies.end());
+    StudyWalk walk = arguments.empty() ? walkStudies() : StudyWalk();
+    if (!arguments.empty()) {
+        walk.studies = collectStudies(arguments);
     }
     int readable = STATUS_DONE;
     for (const std::string& fault : walk.unreadable) {

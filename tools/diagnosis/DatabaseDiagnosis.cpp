@@ -4,7 +4,6 @@
 #include "support/QXException.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 

@@ -16,8 +16,6 @@
 namespace storestate {
 namespace {
 
-constexpr int64_t CLOCK_DIFFERENCE = 60; ///< seconds by which a file server's clock may be ahead unnoticed
-
 std::string lockPath(const std::string& study) {
     return StoreState(study.c_str(), "").semaphore.path();
 }
@@ -78,7 +76,7 @@ std::vector<LockFile> findLocks() {
 }
 
 bool isOld(const LockFile& lock, int64_t seconds) {
-    return lock.ageSeconds < 0 || lock.ageSeconds >= seconds;
+    return lock.ageSeconds >= seconds || seconds == 0;
 }
 
 std::string ageText(int64_t seconds) {
@@ -101,7 +99,7 @@ std::string holderText(const LockFile& lock) {
 std::string obstacleText(const std::string& study) {
     const std::optional<LockFile> lock = findLock(study);
     return lock.has_value() ? holderText(*lock) + ", file " + lock->path +
-                                  "; if that process is gone, remove it: storestate unlock " + shellWord(study)
+                                  "; if that process has ended, run: storestate unlock " + shellWord(study)
                             : "released just now: try again";
 }
 
@@ -115,7 +113,7 @@ void takeLock(StoreState& state, int seconds) {
         }
         const Clock::duration passed = Clock::now() - start;
         if (passed >= std::chrono::seconds(seconds)) {
-            throw Failure("Timeout Exception: [1] Semaphore timed out: " + obstacleText(study), STATUS_TIMEOUT);
+            throw Failure("The study is locked: " + obstacleText(study), STATUS_TIMEOUT);
         }
         if (!reported && passed >= QUIET) {
             remark(study, "Waiting for the lock, " + obstacleText(study));

@@ -24,9 +24,10 @@ std::optional<LockFile> findLock(const std::string& study);
 /** All locks of studies, oldest first. QXIOException: the lock directory cannot be read to its end. */
 std::vector<LockFile> findLocks();
 
-constexpr int64_t OLD_SECONDS = 600; ///< no call holds a lock that long
+constexpr int64_t OLD_SECONDS = 600;     ///< no call holds a lock that long
+constexpr int64_t CLOCK_DIFFERENCE = 60; ///< seconds by which the clock of a file server may be wrong unnoticed
 
-/** Whether the lock is at least so old; one dated in the future counts as old. */
+/** Whether the lock is at least so old. One dated in the future is so only for 0 seconds. */
 bool isOld(const LockFile& lock, int64_t seconds);
 
 /** "3 h"; "in the future" for less than 0. */

@@ -30,11 +30,11 @@ std::string openProcess(const std::string& process) {
     return "/proc/self/fd/" + std::to_string(directory) + "/";
 }
 
-std::string readFile(const std::string& path, const std::string& process) {
+std::string readProcessFile(const std::string& path, const std::string& process) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(file), {}};
-    if (!file.is_open() || file.bad()) {
+    if (!file.is_open()) {
         throw Failure("Reading the environment of process " + process + " failed: " + strerror(errno) + ".");
     }
     return text;
@@ -85,9 +85,10 @@ void refuseRoot(const std::vector<std::string>& words) {
     if (geteuid() != 0) {
         return;
     }
-    struct stat repository;
-    const bool known = stat(environmentValue("REPOSITORY_DICOM_DATA"), &repository) == 0 && repository.st_uid != 0;
-    std::string command = "runuser -u " + (known ? userName(repository.st_uid) : "USER") + " -- storestate";
+    struct statx root; // as cached: an unreachable server must not keep this from being said
+    const int result = statx(AT_FDCWD, environmentValue("REPOSITORY_DICOM_DATA"), AT_STATX_DONT_SYNC, STATX_UID, &root);
+    const bool known = result == 0 && root.stx_uid != 0;
+    std::string command = "runuser -u " + (known ? userName(root.stx_uid) : "USER") + " -- storestate";
     for (const std::string& word : words) {
         command += " " + shellWord(word);
     }
@@ -101,11 +102,11 @@ void takeEnvironment(const std::string& process) {
         throw Failure("--env-of takes the number of a process, not \"" + process + "\".", STATUS_USAGE);
     }
     const std::string files = openProcess(process);
-    const bool own = isOwn(readFile(files + "status", process));
-    if (!own || (geteuid() == 0 && isPrivileged(readFile(files + "auxv", process)))) {
+    const bool own = isOwn(readProcessFile(files + "status", process));
+    if (!own || (geteuid() == 0 && isPrivileged(readProcessFile(files + "auxv", process)))) {
         throw Failure("Process " + process + " is not a process of this user: its environment is not used.");
     }
-    const std::map<std::string, std::string> variables = parse(readFile(files + "environ", process));
+    const std::map<std::string, std::string> variables = parse(readProcessFile(files + "environ", process));
     bool any = false;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
         const auto found = variables.find(variable.name);
@@ -122,16 +123,18 @@ void takeEnvironment(const std::string& process) {
 }
 
 void requireVariables(const std::vector<std::string>& names, const std::optional<std::string>& process) {
-    std::string missing;
+    std::string faults;
     for (const EnvironmentVariable& variable : ENVIRONMENT) {
-        if (*environmentValue(variable.name) == '\0' &&
-            std::find(names.begin(), names.end(), variable.name) != names.end()) {
-            missing += std::string(variable.name) + " (" + variable.meaning + ") is not set; ";
+        const char* value = environmentValue(variable.name);
+        const bool isNeeded = std::find(names.begin(), names.end(), variable.name) != names.end();
+        if (isNeeded && *value != '/') { // a relative path depends on where a process was started
+            faults += std::string(variable.name) + " (" + variable.meaning + ") is " +
+                      (*value == '\0' ? "not set; " : "not a whole path; ");
         }
     }
-    if (!missing.empty()) {
-        throw Failure(missing + (process.has_value() ? "process " + *process + " does not set it either."
-                                                     : "take the server's variables with --env-of PID."));
+    if (!faults.empty()) {
+        throw Failure(faults + (process.has_value() ? "this is the environment of process " + *process + "."
+                                                    : "take the server's variables with --env-of PID."));
     }
 }
 

@@ -2,12 +2,14 @@
 
 #include "diagnosis/PluginDiagnosis.h"
 #include "storestate/Conversion.h"
+#include "storestate/FileError.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/StudyPaths.h"
 #include "storestate/TextFile.h"
 #include "terminal/Status.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <unistd.h>
 
 namespace storestate {
@@ -122,6 +124,10 @@ std::string StoredRecord::writingDirectory() const {
         return state.repository.c_str();
     }
     return access(info.c_str(), F_OK) == 0 ? info : directory;
+}
+
+void StoredRecord::throwNotCreated() const {
+    throwFileError("Creating the temporary record file failed: ", writingDirectory().c_str(), errno);
 }
 
 } // namespace storestate

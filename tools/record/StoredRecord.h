@@ -44,6 +44,9 @@ public:
     /** Where a save would write first: the deepest of the study's directories that exists, or the repository's root. */
     std::string writingDirectory() const;
 
+    /** Throws QXIOException with errno: the temporary file of a save could not be created. */
+    [[noreturn]] void throwNotCreated() const;
+
     bool isEarlier() const { return state.version == 0; }
 
     StoreState state;

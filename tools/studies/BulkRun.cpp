@@ -40,14 +40,14 @@ int workThrough(const std::string& command, const std::vector<std::string>& stud
         }
     }
     fputs(visible ? CLEAR_LINE : "", stderr);
-    if (notedSignal() == 0 || done == studies.size()) {
+    if (done == studies.size()) {
         return status;
     }
     if (studies.size() > 1) {
         remark(command, "Interrupted after " + std::to_string(done) + " of " + std::to_string(studies.size()) +
                             " studies. Continue from " + studies[done] + ".");
     }
-    return signalStatus();
+    return notedSignal() != 0 ? signalStatus() : STATUS_FAILED;
 }
 
 } // namespace storestate

@@ -7,6 +7,8 @@
 #include "terminal/Status.h"
 #include "terminal/Text.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <deque>
 #include <filesystem>
 #include <iostream>
@@ -19,6 +21,16 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int LEVELS = 3;
+
+/** Whether the path is a directory. An error other than its absence goes to `errors`. */
+bool isDirectory(const fs::path& path, std::vector<std::string>& errors) {
+    std::error_code error;
+    const fs::file_type type = fs::status(path, error).type();
+    if (type == fs::file_type::none || type == fs::file_type::unknown) {
+        errors.push_back("Reading directory failed: " + path.string() + " " + error.message());
+    }
+    return type == fs::file_type::directory;
+}
 
 /** Snapshots of a whole archive, and what an empty one has, too. */
 bool isNoStudy(const std::string& name) {
@@ -44,6 +56,9 @@ std::vector<std::string> collectStudies(const std::vector<std::string>& argument
     for (const std::string& argument : arguments) {
         if (argument == "-") {
             const std::vector<std::string> list = parseStudyList({std::istreambuf_iterator<char>(std::cin), {}});
+            if (ferror(stdin) != 0) {
+                throw Failure("Reading the list of studies failed. Nothing was done.");
+            }
             all.insert(all.end(), list.begin(), list.end());
         } else {
             all.push_back(argument);
@@ -65,22 +80,22 @@ StudyWalk walkStudies(size_t limit) {
             found.unreadable.push_back(failure.message);
         }
         for (const std::string& name : names) {
-            std::error_code none;
             const std::string path = fs::path(directory) / name;
             found.empty = found.empty && isNoStudy(name);
-            if (isNoStudy(name) || !fs::is_directory(path, none)) {
+            if (isNoStudy(name) || !isDirectory(path, found.unreadable)) {
                 continue;
             }
             if (visits++ == limit) {
                 return found;
             }
-            if (fs::is_directory(infoDirectoryPath(path.c_str()).c_str(), none)) {
+            if (isDirectory(infoDirectoryPath(path.c_str()).c_str(), found.unreadable)) {
                 found.studies.push_back(name);
             } else if (level < LEVELS) {
                 left.emplace_back(path, level + 1);
             }
         }
     }
+    std::sort(found.studies.begin(), found.studies.end());
     return found;
 }
 

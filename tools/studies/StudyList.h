@@ -17,7 +17,7 @@ std::vector<std::string> collectStudies(const std::vector<std::string>& argument
 /** What the repository holds, whatever layout its plug-in uses. */
 struct StudyWalk {
     bool empty = true;                   ///< nothing but what a new file system has
-    std::vector<std::string> studies;    ///< names of the directories with an information directory
+    std::vector<std::string> studies;    ///< names of the directories with an information directory, sorted
     std::vector<std::string> unreadable; ///< the error of each directory that could not be read
 };
 
