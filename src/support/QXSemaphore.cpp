@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -41,6 +42,19 @@ int onLockFile(const QXSemaphore& semaphore, Work work) {
         return -1;
     }
     return work(path);
+}
+
+/**
+ * Lists a directory to its end. A client of a shared file system may have cached that a name is missing there; listing
+ * makes it ask its server.
+ */
+void forgetMissingNames(const std::string& path) {
+    DIR* directory = opendir(path.c_str());
+    if (directory != nullptr) {
+        while (readdir(directory) != nullptr) {
+        }
+        closedir(directory);
+    }
 }
 
 [[noreturn]] void failed(const char* what, const std::string& name) {
@@ -109,7 +123,12 @@ void QXSemaphore::unlock() {
     if (!locked && !forceUnlock) {
         return;
     }
-    if (onLockFile(*this, unlink) != 0 && errno != ENOENT) {
+    int result = onLockFile(*this, unlink);
+    if (result != 0 && errno == ENOENT && !locked) {
+        forgetMissingNames(lockDir);
+        result = onLockFile(*this, unlink);
+    }
+    if (result != 0 && errno != ENOENT) {
         failed(storestate::UNLOCKING_FAILED, name);
     }
     locked = false;

@@ -51,9 +51,10 @@ public:
     bool lock(int timeout);
 
     /**
-     * Removes the lock file if this object created it, or in any case with `forceUnlock`, which is spent thereby. A
-     * file that is already gone is success. Throws QXIOException with errno when it cannot be removed; the object's
-     * flags are then as before.
+     * Removes the lock file if this object created it, or in any case with `forceUnlock`, which is cleared by success.
+     * A file that is already gone is success. If another object created it, possibly on another host, and it is not
+     * found, the lock directory is listed and the removal tried once more. Throws QXIOException with errno when it
+     * cannot be removed; the object's flags are then as before.
      */
     void unlock();
 
