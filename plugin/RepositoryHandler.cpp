@@ -18,6 +18,7 @@
 namespace {
 
 constexpr mode_t STUDY_DIRECTORY_MODE = 0775;
+constexpr char INFORMATION[] = "/.info";
 
 /** Whether a study may be called so: one plain name, which is not a way out of the root. */
 bool isStudyName(const char* name) {
@@ -42,8 +43,27 @@ std::unique_ptr<char[]> studyPath(const char* repository, const char* study) {
     return path;
 }
 
-bool isDirectory(const char* path, struct stat& status) {
+bool isDirectory(const char* path) {
+    struct stat status;
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/** Has the root's attributes refreshed, which makes an NFS client drop cached names of studies that were missing. */
+void refresh(const char* repository) {
+    struct statx status;
+    statx(AT_FDCWD, repository, AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &status);
+}
+
+/** Whether the study has the information directory that a record lies in. */
+bool hasInformation(const char* study) {
+    const size_t length = strlen(study);
+    const std::unique_ptr<char[]> path(new (std::nothrow_t{}) char[length + sizeof INFORMATION]);
+    if (path == nullptr) {
+        return false;
+    }
+    memcpy(path.get(), study, length);
+    memcpy(path.get() + length, INFORMATION, sizeof INFORMATION);
+    return isDirectory(path.get());
 }
 
 /** Makes the names in a directory survive a power cut; a file system that cannot do that is no failure. */
@@ -62,24 +82,25 @@ bool syncDirectory(const char* path) {
 /** The study's directory; null when there is none. */
 char* getLocation_(const char* repository, const char* fileName, void* /*opaque*/) {
     std::unique_ptr<char[]> path = studyPath(repository, fileName);
-    struct stat status;
-    return path != nullptr && isDirectory(path.get(), status) ? path.release() : nullptr;
+    if (path == nullptr) {
+        return nullptr;
+    }
+    bool found = isDirectory(path.get());
+    if (!found) {
+        refresh(repository);
+        found = isDirectory(path.get());
+    }
+    return found ? path.release() : nullptr;
 }
 
 /** The study's directory, made if it is not there; null when that fails. The root itself is never made. */
 char* createDirectory_(const char* repository, const char* subDir, void* /*opaque*/, bool /*flag*/) {
     std::unique_ptr<char[]> path = studyPath(repository, subDir);
-    if (path == nullptr) {
-        return nullptr;
+    if (path == nullptr || hasInformation(path.get())) {
+        return path.release();
     }
-    struct stat status;
-    if (!isDirectory(path.get(), status)) {
-        const bool made = mkdir(path.get(), STUDY_DIRECTORY_MODE) == 0 || errno == EEXIST;
-        if (!made || !isDirectory(path.get(), status)) {
-            return nullptr;
-        }
-    }
-    // Without a sub-directory the study is new: whoever made its directory may have died before the sync.
-    const bool isNew = status.st_nlink <= 2;
-    return !isNew || syncDirectory(repository) ? path.release() : nullptr;
+    const bool made = mkdir(path.get(), STUDY_DIRECTORY_MODE) == 0 || errno == EEXIST;
+    // Also for a directory that is there: whoever made it may have died before the sync.
+    const bool usable = made && isDirectory(path.get()) && syncDirectory(repository);
+    return usable ? path.release() : nullptr;
 }
