@@ -1,12 +1,14 @@
 #include "storestate/ModifyOptions.h"
 
-#include "storestate/DeviceSetFiller.h"
-
 #include <algorithm>
 
 namespace {
 
-using storestate::DeviceSetFiller;
+void add(OFUnorderedSet<OFString>& devices, const OFString& device) {
+    if (!devices.Contains(device)) {
+        devices.Insert(device);
+    }
+}
 
 /** If the device is the owner, the study becomes owned locally. */
 void disown(StoreState& state, const OFString& device) {
@@ -28,13 +30,13 @@ void setOwner(StoreState& state, const OFString& value) {
 }
 
 void setStaged(StoreState& state, const OFString& value) {
-    DeviceSetFiller(state.stagedDevices).add(value);
+    add(state.stagedDevices, value);
     state.reportOnlyDevices.Remove(value);
     disown(state, value);
 }
 
 void setReportOnly(StoreState& state, const OFString& value) {
-    DeviceSetFiller(state.reportOnlyDevices).add(value);
+    add(state.reportOnlyDevices, value);
     state.stagedDevices.Remove(value);
     disown(state, value);
 }
@@ -67,7 +69,7 @@ void setMarking(StoreState& state, const OFString& value) {
 }
 
 void addForwardDevice(StoreState& state, const OFString& value) {
-    DeviceSetFiller(state.forwardDevices).add(value);
+    add(state.forwardDevices, value);
 }
 
 void setAutoForwardDevices(StoreState& state, const OFString& value) {
