@@ -1,9 +1,9 @@
 #include "storestate/Conversion.h"
 
 #include "storestate/DeviceSetFiller.h"
+#include "storestate/FreshLook.h"
 #include "storestate/StoreState.h"
 #include "storestate/StudyPaths.h"
-#include "storestate/TextFile.h"
 #include "support/QXException.h"
 
 #include <algorithm>
@@ -35,7 +35,7 @@ void StoreState::convert() {
     }
     const OFString path = storestate::legacyListPath(directory);
     storestate::TextFile list;
-    if (freshLook.open(list, directory, path)) {
+    if (storestate::openFresh(list, path, isShared(directory))) {
         storestate::DeviceSetFiller forward(forwardDevices);
         std::string_view line;
         while (list.next(line)) {

@@ -1,23 +1,32 @@
 #include "storestate/FreshLook.h"
 
 #include "storestate/FileError.h"
+#include "support/QXException.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
+#include <fcntl.h>
 #include <iterator>
 #include <memory>
 #include <sys/stat.h>
 #include <sys/vfs.h>
-#include <unistd.h>
 
 namespace storestate {
 namespace {
 
-constexpr useconds_t FIRST_PAUSE = 10000; ///< in microseconds; each one is twice as long ...
-constexpr useconds_t LAST_PAUSE = 640000; ///< ... up to this one
+constexpr int FIRST_PAUSE = 10; ///< between two looks, in milliseconds; each pause is twice as long ...
+constexpr int LAST_PAUSE = 640; ///< ... up to this one
+
+/**
+ * In milliseconds, when everything that a client with default options has cached is gone. A GlusterFS client keeps what
+ * it was told for a second, counted in whole seconds, so for up to two; the kernel may take that over at the very end
+ * and keep it for another second.
+ */
+constexpr int CACHES_EXPIRE = 3200;
 
 /** File systems of one machine, as statfs(2) tells them. An overlay is one: nobody else may change what it shows. */
 constexpr uint32_t LOCAL_FILE_SYSTEMS[] = {
@@ -34,10 +43,40 @@ constexpr uint32_t LOCAL_FILE_SYSTEMS[] = {
     0x794C7630, // overlay
 };
 
-struct Listed {
-    bool name = false;   ///< the name is in the directory ...
-    ino_t number = 0;    ///< ... with this inode number
-    bool telling = true; ///< as far as one can see, that is the number of the file that the name opens
+/** Sleeps for the whole time, also when signals arrive. */
+void sleepFor(int milliseconds) {
+    timespec left = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
+
+Directory openDirectory(const OFString& path) {
+    errno = 0;
+    return {opendir(path.c_str()), closedir};
+}
+
+OFString parentOf(const OFString& path) {
+    return path.substr(0, path.rfind('/'));
+}
+
+bool saysAbsent(int error) {
+    return error == ENOENT || error == ENOTDIR;
+}
+
+/** The server does not have the file any more that a name or a descriptor stands for. */
+bool saysDead(int error) {
+    return error == ENOENT || error == ESTALE;
+}
+
+/** What a directory shows of a name. */
+struct Listing {
+    bool listed = false;
+    bool link = false;
+    ino_t number = 0;
+    bool comparable = true; ///< as far as can be seen, `number` is what stat(2) gives
+    bool dead = false;      ///< the server does not have the directory any more
 };
 
 /** Whether a file system lists this number in place of the file's own. */
@@ -45,109 +84,188 @@ bool standsForNone(ino_t number) {
     return number == 0 || number == UINT32_MAX || number == static_cast<ino_t>(-1);
 }
 
-/** Reads the directory to its end: what it would show first may be remembered, too. */
-Listed list(const OFString& directory, const char* name) {
-    Listed listed;
-    errno = 0;
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(directory.c_str()), closedir);
-    if (entries == nullptr && (errno == ENOENT || errno == ENOTDIR)) {
-        return listed;
+bool isLink(DIR* directory, const dirent& entry) {
+    if (entry.d_type != DT_UNKNOWN) {
+        return entry.d_type == DT_LNK;
     }
-    struct stat own;
-    if (entries == nullptr || fstat(dirfd(entries.get()), &own) != 0) {
-        throwFileError(READING_FAILED, directory);
-    }
-    errno = 0;
-    for (const dirent* entry; (entry = readdir(entries.get())) != nullptr; errno = 0) {
-        if (strcmp(entry->d_name, name) == 0) {
-            listed.name = true;
-            listed.number = entry->d_ino;
-            listed.telling = listed.telling && !standsForNone(entry->d_ino) && entry->d_type != DT_LNK;
-        } else if (strcmp(entry->d_name, ".") == 0) {
-            listed.telling = listed.telling && entry->d_ino == own.st_ino;
-        }
-    }
-    if (errno != 0) {
-        throwFileError(READING_FAILED, directory);
-    }
-    return listed;
+    struct stat status;
+    return fstatat(dirfd(directory), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
 }
 
-struct Found {
-    bool file = false;
-    ino_t number = 0;
-    bool certain = true; ///< otherwise there is no use in looking again
+void note(Listing& listing, DIR* directory, const dirent& entry, const char* name, ino_t ownNumber) {
+    if (strcmp(entry.d_name, name) == 0) {
+        listing.listed = true;
+        listing.link = isLink(directory, entry);
+        listing.number = entry.d_ino;
+        listing.comparable = listing.comparable && !standsForNone(entry.d_ino);
+    } else if (strcmp(entry.d_name, ".") == 0) {
+        listing.comparable = listing.comparable && entry.d_ino == ownNumber;
+    }
+}
+
+/** Reads the directory to its end: the first part alone may come from a cache. False: it failed with errno. */
+bool readAll(DIR* directory, const char* name, Listing& listing) {
+    struct stat own;
+    errno = 0;
+    if (fstat(dirfd(directory), &own) != 0) {
+        return false;
+    }
+    errno = 0;
+    for (const dirent* entry; (entry = readdir(directory)) != nullptr; errno = 0) {
+        note(listing, directory, *entry, name, own.st_ino);
+    }
+    return errno == 0;
+}
+
+/** Opens the directory. A client may have cached that it is missing: listing its parent makes the client ask. */
+Directory openInformation(const OFString& path) {
+    Directory directory = openDirectory(path);
+    if (directory == nullptr && errno == ENOENT) {
+        const Directory parent = openDirectory(parentOf(path));
+        Listing ignored;
+        if (parent != nullptr && readAll(parent.get(), "", ignored)) {
+            directory = openDirectory(path);
+        } else {
+            errno = ENOENT;
+        }
+    }
+    return directory;
+}
+
+Listing list(const OFString& path, const char* name) {
+    Listing listing;
+    const Directory directory = openInformation(path);
+    if (directory == nullptr && saysAbsent(errno)) {
+        return listing;
+    }
+    if (directory == nullptr || !readAll(directory.get(), name, listing)) {
+        listing.dead = saysDead(errno);
+        if (!listing.dead) {
+            throwFileError(READING_FAILED, path);
+        }
+    }
+    return listing;
+}
+
+/** What a name has led to. */
+struct Sight {
+    bool there = false;
+    bool alive = true;    ///< otherwise the server does not have the file any more
+    bool doubtful = true; ///< otherwise another look would show the same
+    ino_t number = 0;     ///< 0: it does not matter which file it is
 };
 
-bool agree(const Listed& listed, const Found& found) {
-    return listed.name == found.file && (!found.file || listed.number == found.number || !listed.telling);
+bool agree(const Listing& listing, const Sight& sight) {
+    if (listing.dead || !sight.alive) {
+        return false;
+    }
+    const bool sameFile = sight.number == 0 || !listing.comparable || listing.number == sight.number;
+    return listing.link || (listing.listed == sight.there && (!sight.there || sameFile));
 }
 
-/** Looks until look and listing agree. */
+/** Looks without listing after everything has expired that the client had cached. */
 template <class Look>
-Found lookAfresh(const OFString& path, Look look) {
-    const size_t slash = path.rfind('/');
-    const OFString directory = path.substr(0, slash);
-    const OFString name = path.substr(slash + 1);
-    for (useconds_t pause = FIRST_PAUSE;; pause *= 2) {
-        const Listed listed = list(directory, name.c_str());
-        const Found found = look();
-        if (agree(listed, found) || !found.certain) {
-            return found;
+Sight lookLater(const OFString& path, Look look) {
+    sleepFor(CACHES_EXPIRE);
+    const Sight sight = look();
+    if (!sight.there || !sight.alive) {
+        throwFileError(READING_FAILED, path, ESTALE);
+    }
+    return sight;
+}
+
+/** Looks until listing and look agree, or two late looks do. */
+template <class Look>
+Sight lookAfresh(const OFString& path, Look look) {
+    const OFString directory = parentOf(path);
+    const OFString name = path.substr(directory.length() + 1);
+    for (int pause = FIRST_PAUSE;; pause *= 2) {
+        const Listing listing = list(directory, name.c_str());
+        const Sight sight = look();
+        if (agree(listing, sight) || !sight.doubtful) {
+            return sight;
         }
         if (pause > LAST_PAUSE) {
-            throwFileError(READING_FAILED, path, ESTALE);
+            break;
         }
-        usleep(pause);
+        sleepFor(pause);
     }
+    const Sight first = lookLater(path, look);
+    const Sight second = lookLater(path, look);
+    if (first.number != second.number) {
+        throwFileError(READING_FAILED, path, ESTALE);
+    }
+    return second;
 }
 
-/** Opens what the name stands for after `listed`, which the servers do not have any more, was forgotten. */
-void openUnlisted(TextFile& file, const OFString& path, ino_t listed) {
-    for (useconds_t pause = FIRST_PAUSE; pause <= LAST_PAUSE; pause *= 2) {
-        usleep(pause);
-        if (file.open(path) && file.number() != listed && file.isReadable()) {
-            return;
+Sight openCurrent(TextFile& file, const OFString& path) {
+    Sight sight;
+    try {
+        sight.there = file.open(path);
+        if (sight.there) {
+            sight.number = file.refreshedNumber();
+            file.readAhead();
         }
+    } catch (const QXIOException& failure) {
+        if (!saysDead(failure.errorNumber)) {
+            throw;
+        }
+        sight.there = true;
+        sight.alive = false;
     }
-    throwFileError(READING_FAILED, path, ESTALE);
+    return sight;
+}
+
+/** What a call like stat(2) tells of a name; `unknown`: whether it counts as there if the call fails otherwise. */
+Sight sightFrom(int result, bool unknown) {
+    Sight sight;
+    sight.there = result == 0;
+    if (result != 0 && errno == ESTALE) {
+        sight.there = true;
+        sight.alive = false;
+    } else if (result != 0 && !saysAbsent(errno)) {
+        sight.there = unknown;
+        sight.doubtful = false;
+    }
+    return sight;
 }
 
 } // namespace
 
-bool FreshLook::isLocal(const OFString& study) {
-    if (!local.has_value()) {
-        struct statfs system;
-        local = statfs(study.c_str(), &system) == 0 &&
-                std::find(std::begin(LOCAL_FILE_SYSTEMS), std::end(LOCAL_FILE_SYSTEMS),
-                          static_cast<uint32_t>(system.f_type)) != std::end(LOCAL_FILE_SYSTEMS);
-    }
-    return *local;
+bool mayBeShared(const OFString& path) {
+    struct statfs system;
+    return statfs(path.c_str(), &system) != 0 ||
+           std::find(std::begin(LOCAL_FILE_SYSTEMS), std::end(LOCAL_FILE_SYSTEMS),
+                     static_cast<uint32_t>(system.f_type)) == std::end(LOCAL_FILE_SYSTEMS);
 }
 
-bool FreshLook::open(TextFile& file, const OFString& study, const OFString& path) {
-    if (isLocal(study)) {
-        return file.open(path);
-    }
-    const Found found = lookAfresh(path, [&] { return file.open(path) ? Found{true, file.number()} : Found(); });
-    if (found.file && !file.isReadable()) {
-        openUnlisted(file, path, found.number);
-    }
-    return found.file;
+bool openFresh(TextFile& file, const OFString& path, bool shared) {
+    return shared ? lookAfresh(path, [&] { return openCurrent(file, path); }).there : file.open(path);
 }
 
-bool FreshLook::finds(const OFString& study, const OFString& path) {
-    const auto look = [&]() -> Found {
+bool leadsSomewhere(const OFString& path, bool shared) {
+    const auto look = [&] {
         struct stat status;
         errno = 0;
-        if (lstat(path.c_str(), &status) != 0) {
-            const bool absent = errno == ENOENT || errno == ENOTDIR;
-            return {!absent, 0, absent};
-        }
-        const bool file = !S_ISDIR(status.st_mode);
-        return {file, status.st_ino, file};
+        return sightFrom(stat(path.c_str(), &status), false);
     };
-    return (isLocal(study) ? look() : lookAfresh(path, look)).file;
+    const Sight sight = shared ? lookAfresh(path, look) : look();
+    return sight.there && sight.alive;
+}
+
+bool nameIsTaken(const OFString& path, bool shared) {
+    const auto look = [&] {
+        struct stat status;
+        errno = 0;
+        const int result = lstat(path.c_str(), &status);
+        Sight sight = sightFrom(result, true);
+        if (result == 0 && S_ISDIR(status.st_mode)) {
+            sight.there = false;
+            sight.doubtful = false;
+        }
+        return sight;
+    };
+    return (shared ? lookAfresh(path, look) : look()).there;
 }
 
 } // namespace storestate

@@ -1,20 +1,24 @@
 /**
- * Looks at names as they are now, also where several hosts share the file system.
+ * Looks at files as they are now, also where several hosts share the file system.
  *
- * A client of a cluster file system remembers names: for a second as a rule, one that another host has replaced still
- * leads to the old file, even for the holder of the lock. To list a directory makes such a client ask its server. So a
- * look there first lists the directory, and counts only if it fits the listing: no name in either, or the same file in
- * both, told by its inode number. Otherwise it is repeated, at growing intervals, for 1.3 seconds in all.
+ * A client of a shared file system caches names and attributes, for a second as a rule. Even the holder of the lock may
+ * then open a record that another host has replaced, or read it up to an old size. So where a file system may be
+ * shared, a look first lists the directory, which makes the client ask its server. Then it opens the file, has the
+ * server refresh the attributes of the open file, and reads the first piece. The look counts if all of it fits
+ * together: the name is in neither place, or the file is alive and has the inode number that was listed. Otherwise the
+ * whole look is repeated, at growing intervals, for 1.3 seconds in all.
  *
- * Some file systems list other numbers than stat(2) tells. Where that is certain, because a directory's own numbers
- * differ so, or because no number is listed at all, it is enough that the name is listed. So it is for a link.
+ * A server may go on listing a file that has been replaced (GlusterFS, after somebody read the record while it was
+ * replaced), and listing puts that dead file into the client's cache. So in the end the look waits without listing
+ * until every cache has expired, opens the file, waits as long again, and opens it once more. It accepts a file that is
+ * alive and the same both times. That cannot be a replaced file: what was cached before the wait has expired, so a name
+ * that still leads to a replaced file comes from a listing, and the server no longer has that file to answer from.
  *
- * A server, too, may list a file that another one has long replaced (GlusterFS, when somebody looks at a name just
- * while it is replaced). Nobody can read that file any more; then what the name opens once the client has forgotten it
- * is the right one. To look at a record without its lock is what may bring this about.
+ * Some file systems list other numbers than stat(2) gives. If a directory's own number differs like that, or the
+ * listing has no number, it is enough that the name is listed. A link is followed without comparing anything: where it
+ * leads is not in the listing.
  *
- * On a file system of this machine alone the names are what they are, and a look costs no more than one statfs(2) for
- * each object. What is not known to be such a file system counts as shared. An object belongs to one thread.
+ * On a file system of a single machine a look is a plain system call. The functions keep no state.
  */
 #ifndef STORESTATE_FRESHLOOK_H
 #define STORESTATE_FRESHLOOK_H
@@ -23,28 +27,25 @@
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
-#include <optional>
 
 namespace storestate {
 
-class FreshLook {
-public:
-    // `study` is the study's directory, and `path` that of a file in its information directory. Both throw
-    // QXIOException with errno, "Reading file failed: ...": the directory cannot be listed; ESTALE: look and listing
-    // never agreed.
+/** Whether several hosts may share the file system of `path`: every one that is not known to be of a single machine. */
+bool mayBeShared(const OFString& path);
 
-    /** Opens the file. Result and other exceptions as TextFile::open(). */
-    bool open(TextFile& file, const OFString& study, const OFString& path);
+// `path` is that of a file in a study's information directory, and `shared` what mayBeShared() says of it. On a shared
+// file system these throw QXIOException with errno, "Reading file failed: ...": the directory cannot be listed; ESTALE:
+// what is there could not be read or confirmed.
 
-    /** Whether `study` lies on a file system of this machine alone. */
-    bool isLocal(const OFString& study);
+/** Opens the file. Result and other exceptions as TextFile::open(). */
+bool openFresh(TextFile& file, const OFString& path, bool shared);
 
-    /** Whether the file is there. So is a link, wherever it leads, and what cannot be told; a directory is not. */
-    bool finds(const OFString& study, const OFString& path);
+/** Whether the name leads to anything, as stat(2) tells; false also if stat(2) fails for another reason. */
+bool leadsSomewhere(const OFString& path, bool shared);
 
-private:
-    std::optional<bool> local; ///< once it was asked
-};
+/** Whether a file has the name. A link has it, wherever it leads, and so has what cannot be told; a directory has not.
+ */
+bool nameIsTaken(const OFString& path, bool shared);
 
 } // namespace storestate
 

@@ -1,8 +1,8 @@
 #include "storestate/DurableFile.h"
+#include "storestate/FreshLook.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/StoreState.h"
 #include "storestate/StudyPaths.h"
-#include "storestate/TextFile.h"
 #include "support/QXException.h"
 
 #include <cerrno>
@@ -53,7 +53,7 @@ bool StoreState::readStored(OFString& path) {
     const bool located = locate(directory);
     path = located ? recordPath(directory) : OFString();
     TextFile file;
-    if (!located || !freshLook.open(file, directory, path)) {
+    if (!located || !openFresh(file, path, isShared(directory))) {
         return false;
     }
     RecordReader reader(*this, diagnostics);
@@ -107,7 +107,7 @@ bool StoreState::save() {
  * place is none: the rename will say so.
  */
 void StoreState::refuseUnreadRecord(const OFString& directory) {
-    if (loadBegun && !recordRead && freshLook.finds(directory, recordPath(directory))) {
+    if (loadBegun && !recordRead && nameIsTaken(recordPath(directory), isShared(directory))) {
         throw QXException(1, "Record of study %s exists but was not read.", studyId.c_str());
     }
 }

@@ -129,8 +129,8 @@ void applyModifyOption(StoreState& state, const OFString& name, const OFString& 
 bool loadForModify(StoreState& state, int32_t existenceMode) {
     const bool conditional = existenceMode == RECORD_MUST_NOT_EXIST || existenceMode == RECORD_MUST_EXIST;
     const bool wanted = existenceMode == RECORD_MUST_EXIST;
-    if (conditional && state.seemsToExist(wanted) != wanted) {
-        return false; // most violations are seen here, without waiting for the lock
+    if (conditional && state.exists() != wanted) {
+        return false; // without waiting for the lock
     }
     const bool loaded = state.load();
     return !conditional || loaded == wanted; // the record may have come or gone meanwhile

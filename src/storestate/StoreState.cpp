@@ -2,12 +2,12 @@
 
 #include "repository/RepositoryFacade.h"
 #include "storestate/Environment.h"
+#include "storestate/FreshLook.h"
 #include "storestate/StudyPaths.h"
 #include "support/QXException.h"
 
 #include <cerrno>
 #include <memory>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -25,11 +25,6 @@ bool takePath(char* returned, OFString& path) {
     }
     path = owned.get();
     return true;
-}
-
-bool hasRecord(const OFString& directory) {
-    struct stat status;
-    return stat(storestate::recordPath(directory).c_str(), &status) == 0;
 }
 
 } // namespace
@@ -61,16 +56,17 @@ void StoreState::provideDirectory(OFString& directory) const {
     }
 }
 
+bool StoreState::isShared(const OFString& directory) {
+    if (!shared.has_value()) {
+        shared = storestate::mayBeShared(directory);
+    }
+    return *shared;
+}
+
 bool StoreState::exists() {
     requireRepository();
     OFString directory;
-    return locate(directory) && hasRecord(directory);
-}
-
-bool StoreState::seemsToExist(bool unknown) {
-    requireRepository();
-    OFString directory;
-    return locate(directory) && (freshLook.isLocal(directory) ? hasRecord(directory) : unknown);
+    return locate(directory) && storestate::leadsSomewhere(storestate::recordPath(directory), isShared(directory));
 }
 
 bool StoreState::remove() {

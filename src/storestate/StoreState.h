@@ -17,7 +17,6 @@
 #ifndef STORESTATE_STORESTATE_H
 #define STORESTATE_STORESTATE_H
 
-#include "storestate/FreshLook.h"
 #include "support/QXSemaphore.h"
 
 #include <cstdint>
@@ -26,6 +25,7 @@
 #include <dcmtk/ofstd/oflist.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <dcmtk/ofstd/ofuoset.h>
+#include <optional>
 #include <string>
 
 namespace storestate {
@@ -60,14 +60,12 @@ public:
     // exists(), remove(), load() and save() throw QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that
     // was unset or empty at construction, before they touch anything.
 
-    /** Whether the study has a record file. False also for a study that the repository does not know. */
-    bool exists();
-
     /**
-     * The same, but `unknown` where several hosts share the file system: what a client remembers may be wrong there,
-     * and to look while another host replaces the record may leave the servers with a wrong list (see FreshLook).
+     * Whether the study has a record file. False also for a study that the repository does not know. Where several
+     * hosts share the file system, QXIOException with errno: the information directory cannot be listed; ESTALE as in
+     * load().
      */
-    bool seemsToExist(bool unknown);
+    bool exists();
 
     /** Deletes the record file; false when there is none, or when it cannot be deleted. */
     bool remove();
@@ -80,8 +78,8 @@ public:
      * held either way.
      *
      * QXTimeoutException: another held the lock for LOCK_SECONDS. QXIOException with errno: the lock file cannot be
-     * created, or a file cannot be opened or read; ESTALE: this host of several does not get to see which file is the
-     * record. Besides, what convert() throws. After an exception the caller must not save.
+     * created, or a file cannot be opened or read; ESTALE: several hosts share the file system, and which file is the
+     * record could not be confirmed. Besides, what convert() throws. After an exception the caller must not save.
      */
     bool load();
 
@@ -183,14 +181,15 @@ public:
 private:
     void requireRepository() const;
     bool locate(OFString& directory) const;
+    bool isShared(const OFString& directory);
     void provideDirectory(OFString& directory) const;
     void refuseUnreadRecord(const OFString& directory);
     void deleteLegacyList();
 
-    storestate::FreshLook freshLook;
-    OFString legacyList;     ///< path of the list that convert() took in and the next save() deletes
-    bool loadBegun = false;  ///< load() was called ...
-    bool recordRead = false; ///< ... and has taken in the whole record, or save() has replaced it
+    std::optional<bool> shared; ///< whether several hosts may share the study's file system, once it was asked
+    OFString legacyList;        ///< path of the list that convert() took in and the next save() deletes
+    bool loadBegun = false;     ///< load() was called ...
+    bool recordRead = false;    ///< ... and has taken in the whole record, or save() has replaced it
 };
 
 #endif

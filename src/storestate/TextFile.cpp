@@ -1,7 +1,6 @@
 #include "storestate/TextFile.h"
 
 #include "storestate/FileError.h"
-#include "support/QXException.h"
 
 #include <algorithm>
 #include <cctype>
@@ -46,25 +45,13 @@ bool TextFile::open(const OFString& filePath) {
     return file >= 0;
 }
 
-ino_t TextFile::number() const {
-    struct stat status;
+ino_t TextFile::refreshedNumber() const {
+    struct statx status;
     errno = 0;
-    if (fstat(file, &status) != 0) {
+    if (statx(file, "", AT_EMPTY_PATH | AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &status) != 0) {
         throwFileError(READING_FAILED, path);
     }
-    return status.st_ino;
-}
-
-bool TextFile::isReadable() {
-    try {
-        fill();
-        return true;
-    } catch (const QXIOException& failure) {
-        if (failure.errorNumber != ENOENT && failure.errorNumber != ESTALE) {
-            throw;
-        }
-        return false;
-    }
+    return static_cast<ino_t>(status.stx_ino);
 }
 
 /** Reads on behind what is unread; notes the end of the file. */

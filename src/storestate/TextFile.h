@@ -35,12 +35,14 @@ public:
      */
     bool open(const OFString& filePath);
 
-    /** The open file's inode number. QXIOException with errno: it cannot be told. */
-    ino_t number() const;
-
-    /** False: the file system does not have the open file any more. QXIOException with errno: reading failed otherwise.
+    /**
+     * The open file's inode number. Has a server refresh all of the file's attributes first, since a client reads only
+     * up to the size that it has cached. QXIOException with errno: that failed.
      */
-    bool isReadable();
+    ino_t refreshedNumber() const;
+
+    /** Reads the first part of the file into memory. QXIOException with errno: reading failed. */
+    void readAhead() { fill(); }
 
     /**
      * Moves to the next piece, which stays valid until the next call. False: the end of the file.

@@ -23,7 +23,7 @@ constexpr size_t VISITS = 1000; ///< directories, until it is clear whether ther
 /** Names the directory, and whether several hosts may share it. */
 void reportPlace(const Report& report, const char* variable, const std::string& path) {
     report({Verdict::GOOD, variable, path, ""});
-    if (!FreshLook().isLocal(path.c_str())) {
+    if (mayBeShared(path.c_str())) {
         report({Verdict::NOTE, variable, path + " is on a file system that several hosts may share",
                 "see \"Shared file systems and several hosts\" in operations.md"});
     }
@@ -89,7 +89,7 @@ void checkLockPlace(const Report& report, const std::string& path) {
                 "use a directory of the server's own, such as /var/lib/storestate/locks"});
     }
     const char* root = environmentValue(REPOSITORY);
-    if (*root != '\0' && FreshLook().isLocal(path.c_str()) && !FreshLook().isLocal(root)) {
+    if (*root != '\0' && !mayBeShared(path.c_str()) && mayBeShared(root)) {
         report({Verdict::NOTE, LOCKS, path + " is on this host alone, and the repository is shared",
                 "fine for a single host; otherwise use a directory that all hosts share"});
     }
