@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -94,6 +95,13 @@ extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
     }
     return entry;
 }
-extern "C" STORESTATE_EXPORT int usleep(useconds_t) {
-    return paused(), 0;
+extern "C" STORESTATE_EXPORT int statx(int directory, const char* path, int flags, unsigned mask,
+                                       struct statx* status) {
+    const auto look = [&](size_t) { return syscall(SYS_statx, directory, path, flags, mask, status); };
+    const std::string refreshed = (flags & AT_STATX_FORCE_SYNC) != 0 ? "refreshed" : "";
+    return pass(STATX, "statx", (flags & AT_EMPTY_PATH) != 0 ? pathOf(directory) : path, refreshed, look);
+}
+extern "C" STORESTATE_EXPORT int nanosleep(const timespec* time, timespec*) {
+    paused(static_cast<long>(time->tv_sec));
+    return 0;
 }

@@ -10,7 +10,7 @@
 
 using Op = int;
 enum : Op { OPEN = 1, CLOSE = 2, READ = 4, WRITE = 8, FSYNC = 16, RENAME = 32, UNLINK = 64, MKDIR = 128, STAT = 256 };
-enum : Op { LSTAT = 512, FSTAT = 1024, STATFS = 2048, OPENDIR = 4096, READDIR = 8192 };
+enum : Op { LSTAT = 512, FSTAT = 1024, STATFS = 2048, OPENDIR = 4096, READDIR = 8192, STATX = 16384 };
 enum Place { ROOT = 1, STUDY = 2, INFO = 4, RECORD = 8, TEMPORARY = 16, LIST = 32, LOCK = 64 };
 
 struct Call {
@@ -39,6 +39,6 @@ inline std::map<int, std::string> openFiles; ///< paths by descriptor
 
 inline bool ofCluster = false;                                            ///< what statfs tells of all files
 inline std::function<void(struct dirent&)> shown = [](struct dirent&) {}; ///< may change what a directory lists
-inline std::function<void()> paused = [] {};                              ///< between two looks; no time is spent
+inline std::function<void(long)> paused = [](long) {}; ///< between two looks, for so many seconds; no time is spent
 
 #endif

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace {
@@ -62,7 +63,7 @@ const struct Rule {
     {OPEN, LOCK, "IO Exception: [<number>] Creating semaphore failed: storestate_1.2.3 [<text>]"},
     {OPEN, RECORD | LIST, NOT_OPENED},
     {READ, RECORD | LIST, NOT_READ, EINTR},
-    {OPENDIR | READDIR | FSTAT, INFO | RECORD | LIST, NOT_READ}, // of a cluster
+    {OPENDIR | READDIR | FSTAT | STATX, INFO | RECORD | LIST, NOT_READ}, // of a cluster
     {MKDIR, STUDY, NOT_MADE, EEXIST},
     {OPEN, ROOT, NOT_MADE},
     {FSYNC, ROOT, NOT_MADE, EINVAL},
@@ -257,7 +258,7 @@ TEST_P(Faults, PowerIsCut) {
     for (const Call& call : plain) {
         SCOPED_TRACE(call.name + (" " + call.path));
         locked = call.place == LOCK ? call.op != UNLINK : locked;
-        if (call.op != STAT && call.op != STATFS && call.place != LOCK) {
+        if ((call.op & (OPEN | WRITE | FSYNC | RENAME | UNLINK | MKDIR)) != 0 && call.place != LOCK) {
             EXPECT_TRUE(locked);
         }
         EXPECT_NE(call.argument, "inheritable");
@@ -274,7 +275,50 @@ TEST_P(Faults, PowerIsCut) {
     }
 }
 
+/** A study on a file system that several hosts share. */
+class Cluster : public testing::Test {
+protected:
+    Cluster() {
+        plan = {};
+        ofCluster = true;
+        places = {{here.repository(), ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}};
+        places[lock] = LOCK;
+        places[here.locks()] = LOCK;
+        paused = [this](long) { ++pauses; };
+    }
+    ~Cluster() override {
+        plan = {};
+        ofCluster = false;
+        shown = [](struct dirent&) {};
+        paused = [](long) {};
+    }
+
+    std::string modifyUnder(const Plan& wanted, int32_t mode) {
+        plan = wanted;
+        pauses = 0;
+        trace.clear();
+        return modify(mode);
+    }
+
+    static std::ptrdiff_t count(Op op, int where) {
+        return std::count_if(trace.begin(), trace.end(),
+                             [=](const Call& call) { return call.op == op && (call.place & where) != 0; });
+    }
+
+    Workplace here;
+    const std::string study = here.repository() + "/1.2.3";
+    const std::string info = here.info("1.2.3");
+    const std::string record = here.record("1.2.3");
+    const std::string list = here.legacyList("1.2.3");
+    const std::string lock = here.lockFile("1.2.3");
+    const std::string stale = "IO Exception: [116] Reading file failed: " + record + " Stale file handle";
+    int pauses = 0;
+};
+
 constexpr int FOR_GOOD = 99;
+constexpr int LOOKS = 7;           ///< pauses between looks that list
+constexpr int SETTLED = LOOKS + 2; ///< and before two that do not
+constexpr int REFUSED = LOOKS + 1; ///< the first of these has found nothing
 
 void asRecord(struct dirent& entry, bool) {
     if (entry.d_name[0] == 'f') {
@@ -282,76 +326,202 @@ void asRecord(struct dirent& entry, bool) {
     }
 }
 
-/** What a host of a cluster is shown of a directory, from the given listing on and until so many pauses were made. */
+/** What a host is shown of a directory, from the given listing on and until so many pauses were made. */
 const struct {
     const char* name;
     std::string record; ///< there is also a list, to be shown as the record
     void (*show)(struct dirent& entry, bool ofRecord);
-    int from, until, pauses; ///< as many as there are: in vain
+    int from;
+    int until;
+    int pauses;
 } LISTINGS[] = {
     {"another file, once", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino += ofRecord; }, 1, 1, 1},
-    {"another file", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino += ofRecord; }, 1, FOR_GOOD, 7},
-    {"no record", HEAD, [](auto& entry, bool ofRecord) { entry.d_name[0] += ofRecord; }, 1, FOR_GOOD, 7},
-    {"a deleted record", "", asRecord, 1, FOR_GOOD, 7},
-    {"one deleted after the load", "", asRecord, 2, FOR_GOOD, 7},
+    {"another file", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino += ofRecord; }, 1, FOR_GOOD, SETTLED},
+    {"no record", HEAD, [](auto& entry, bool ofRecord) { entry.d_name[0] += ofRecord; }, 1, FOR_GOOD, SETTLED},
+    {"a deleted record", "", asRecord, 1, FOR_GOOD, REFUSED},
+    {"one deleted after the load", "", asRecord, 2, FOR_GOOD, REFUSED},
     {"other numbers", HEAD, [](auto& entry, bool) { entry.d_ino += 9; }, 1, FOR_GOOD, 0},
     {"number 0", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino *= !ofRecord; }, 1, FOR_GOOD, 0},
     {"32 ones", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino |= -ofRecord & ~0U; }, 1, FOR_GOOD, 0},
     {"64 ones", HEAD, [](auto& entry, bool ofRecord) { entry.d_ino |= -ino_t(ofRecord); }, 1, FOR_GOOD, 0},
 };
 
-TEST(Cluster, OldNamesCostNoChange) {
-    plan = {};
-    ofCluster = true;
+TEST_F(Cluster, OldNamesCostNoChange) {
     for (const auto& listing : LISTINGS) {
         SCOPED_TRACE(listing.name);
-        const Workplace here;
-        const std::string record = here.record("1.2.3");
-        Workplace::write(here.legacyList("1.2.3"), "");
+        fs::remove_all(study);
+        Workplace::write(list, "");
         if (!listing.record.empty()) {
             Workplace::write(record, listing.record + TAIL);
         }
         const std::string before = Workplace::read(record);
-        int pauses = 0;
-        paused = [&] { ++pauses; };
-        places = {{here.info("1.2.3"), INFO}};
-        trace.clear();
         shown = [&](struct dirent& entry) {
-            const auto listings =
-                std::count_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == OPENDIR; });
-            const bool wrong = listings >= listing.from && pauses < listing.until && entry.d_name != std::string("..");
-            if (wrong) {
+            const bool reached = count(OPENDIR, INFO) >= listing.from && pauses < listing.until;
+            if (reached && entry.d_name != std::string("..")) {
                 listing.show(entry, entry.d_name[0] == 's');
             }
         };
-        const bool works = listing.pauses < 7;
-        EXPECT_EQ(modify(RECORD_MAY_EXIST),
-                  works ? "true" : "IO Exception: [116] Reading file failed: " + record + " Stale file handle");
+        const bool works = listing.pauses != REFUSED;
+        EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), works ? "true" : stale);
         EXPECT_EQ(Workplace::read(record), works ? MODIFIED : before);
         EXPECT_EQ(pauses, listing.pauses);
-        EXPECT_FALSE(fs::exists(here.lockFile("1.2.3")));
+        EXPECT_FALSE(fs::exists(lock));
     }
 }
 
-/** The first read says that there is no such file; by the second pause the name leads to another one. */
-TEST(Cluster, ReadsPastAListingOfWhatIsGone) {
-    const Workplace here;
-    const std::string record = here.record("1.2.3");
-    int pauses = 0;
-    ofCluster = true;
-    places = {{record, RECORD}};
-    trace.clear();
-    plan = {Plan::ONCE, 2, ESTALE}; // after it was opened and its number was looked at
-    paused = [&] {
-        Workplace::write(record + ".new", HEAD + TAIL);
-        if (++pauses == 2) {
-            fs::rename(record + ".new", record);
+TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
+    Workplace::write(record, HEAD + TAIL);
+    EXPECT_EQ(modifyUnder({}, RECORD_MUST_EXIST), "true");
+    const std::vector<Call> plain = trace;
+    int tried = 0;
+    bool read = false;
+    for (size_t at = 0; at < plain.size() && !read; ++at) {
+        const Call& call = plain[at];
+        const bool step = call.place == RECORD || (call.place == INFO && call.op != CLOSE);
+        for (const int error : {ESTALE, ENOENT}) {
+            const bool absent = error == ENOENT && (call.op & (STATX | READ)) == 0;
+            if (!step || absent) {
+                continue;
+            }
+            SCOPED_TRACE(testing::Message() << call.name << " " << call.path << ", call " << at << ", error " << error);
+            Workplace::write(record, HEAD + TAIL);
+            EXPECT_EQ(modifyUnder({Plan::ONCE, at, error}, RECORD_MUST_EXIST), "true");
+            EXPECT_EQ(Workplace::read(record), MODIFIED);
+            EXPECT_EQ(pauses, 1);
+            ++tried;
         }
+        read = call.op == READ && call.place == RECORD;
+    }
+    EXPECT_GT(tried, 10);
+}
+
+/** The servers list a file that was replaced, and whoever has listed opens that file. */
+TEST_F(Cluster, AWrongListingIsSettledWithoutListing) {
+    struct {
+        const char* name;
+        int alive;    ///< from this pause on
+        int replaced; ///< at this pause
+        int pauses;
+        bool works;
+    } const cases[] = {
+        {"the right file once the caches have expired", REFUSED, FOR_GOOD, SETTLED, true},
+        {"only the dead file", FOR_GOOD, FOR_GOOD, REFUSED, false},
+        {"a file that the second open does not confirm", REFUSED, SETTLED, SETTLED, false},
     };
-    Workplace::write(record, HEAD + "ForwardDevices=\"Q\"\n");
-    EXPECT_EQ(modify(RECORD_MAY_EXIST), "true");
-    EXPECT_EQ(Workplace::read(record), MODIFIED);
-    EXPECT_EQ(pauses, 2);
+    Workplace::write(record, HEAD + TAIL);
+    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    const auto read = std::find_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == READ; });
+    const Plan dead = {Plan::SAME, static_cast<size_t>(read - trace.begin()), ESTALE};
+    shown = [](struct dirent& entry) { entry.d_ino += entry.d_name[0] == 's'; };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        Workplace::write(record, HEAD + TAIL);
+        Workplace::write(record + ".new", HEAD + TAIL);
+        paused = [&](long seconds) {
+            ++pauses;
+            if (pauses == each.alive) {
+                plan = {};
+            }
+            if (pauses == each.replaced) {
+                fs::rename(record + ".new", record);
+            }
+            if (pauses > LOOKS) {
+                EXPECT_GE(seconds, 3);
+            }
+        };
+        EXPECT_EQ(modifyUnder(dead, RECORD_MAY_EXIST), each.works ? "true" : stale);
+        EXPECT_EQ(pauses, each.pauses);
+        EXPECT_EQ(count(OPENDIR, INFO), LOOKS + 1) << "none after the last look that lists";
+    }
+}
+
+/** What is in the record's place or in the list's, and the answer, which is the same on every file system. */
+TEST_F(Cluster, AnswersAsALocalFileSystemDoes) {
+    const std::string elsewhere = here.root + "/elsewhere";
+    struct {
+        const char* name;
+        std::function<void()> prepare;
+        int32_t mode;
+        std::string answer;
+        bool locks; ///< otherwise the condition fails before the lock is taken and anything is opened
+    } const cases[] = {
+        {"a link", [&] { fs::create_symlink(elsewhere, record); }, RECORD_MUST_EXIST, "true", true},
+        {"a dangling link", [&] { fs::create_symlink("/none", record); }, RECORD_MAY_EXIST, UNREAD, true},
+        {"a dangling link", [&] { fs::create_symlink("/none", record); }, RECORD_MUST_EXIST, "false", false},
+        {"a dangling list",
+         [&] {
+             Workplace::write(record, TAIL);
+             fs::create_symlink("/none", list);
+         },
+         RECORD_MUST_EXIST, "true", true},
+        {"a pipe", [&] { mkfifo(record.c_str(), 0600); }, RECORD_MUST_NOT_EXIST, "false", false},
+        {"a directory", [&] { fs::create_directory(record); }, RECORD_MUST_NOT_EXIST, "false", false},
+        {"no record", [] {}, RECORD_MUST_EXIST, "false", false},
+        {"no information directory", [&] { fs::remove(info); }, RECORD_MUST_EXIST, "false", false},
+        {"no study", [&] { fs::remove_all(study); }, RECORD_MUST_EXIST, "false", false},
+    };
+    for (const auto& each : cases) {
+        for (const char* system : {"local", "cluster", "cluster that lists no types"}) {
+            SCOPED_TRACE(testing::Message() << each.name << ", " << system);
+            fs::remove_all(study);
+            fs::create_directories(info);
+            Workplace::write(elsewhere, HEAD + TAIL);
+            each.prepare();
+            ofCluster = system != std::string("local");
+            const bool typed = system != std::string("cluster that lists no types");
+            shown = [=](struct dirent& entry) {
+                if (!typed) {
+                    entry.d_type = DT_UNKNOWN;
+                }
+            };
+            EXPECT_EQ(modifyUnder({}, each.mode), each.answer);
+            EXPECT_EQ(count(OPEN, LOCK), each.locks ? 1 : 0);
+            EXPECT_EQ(pauses, 0);
+            if (!each.locks) {
+                EXPECT_EQ(count(OPEN, RECORD | LIST), 0);
+            }
+        }
+    }
+}
+
+/** The name that a client has cached as missing, and what makes the client ask its server. */
+TEST_F(Cluster, AMissingNameIsLookedAtTwice) {
+    Workplace::write(record, HEAD + TAIL);
+    EXPECT_EQ(modifyUnder({Plan::ONCE, 0, ENOENT}, RECORD_MUST_EXIST), "true") << "the study, in the plug-in";
+    EXPECT_EQ(trace[0].path, study);
+    EXPECT_EQ(trace[1].path, here.repository());
+    EXPECT_EQ(trace[1].argument, "refreshed");
+
+    EXPECT_EQ(modifyUnder({}, RECORD_MUST_EXIST), "true");
+    const auto listing = std::find_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == OPENDIR; });
+    const auto at = static_cast<size_t>(listing - trace.begin());
+    EXPECT_EQ(modifyUnder({Plan::ONCE, at, ENOENT}, RECORD_MUST_EXIST), "true") << "the information directory";
+    EXPECT_EQ(count(READDIR, STUDY), 4) << "its parent is listed to the end";
+    EXPECT_EQ(pauses, 0);
+
+    for (const bool own : {false, true}) {
+        SCOPED_TRACE(own);
+        QXSemaphore semaphore("storestate_1.2.3", here.locks(), false);
+        Workplace::write(lock, "");
+        (own ? semaphore.locked : semaphore.forceUnlock) = true;
+        plan = {Plan::ONCE, 0, ENOENT};
+        trace.clear();
+        noting = true;
+        semaphore.unlock();
+        noting = false;
+        EXPECT_EQ(fs::exists(lock), own) << "no client caches that its own lock is missing";
+        EXPECT_EQ(count(READDIR, LOCK), own ? 0 : 4) << "listed to the end";
+        EXPECT_FALSE(semaphore.locked || semaphore.forceUnlock);
+    }
+}
+
+/** A server makes the series' directories before the record. */
+TEST_F(Cluster, TheRootIsSyncedForANewStudy) {
+    fs::create_directories(study + "/series");
+    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(count(FSYNC, ROOT), 1);
+    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(count(FSYNC, ROOT), 0);
 }
 
 TEST(Memory, ThatIsShortForASessionLosesNothing) {
