@@ -93,8 +93,12 @@ std::string QXSemaphore::path() const {
 }
 
 bool QXSemaphore::lockResource() {
-    const int file =
-        onLockFile(*this, [](const char* path) { return open(path, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660); });
+    const auto create = [](const char* path) { return open(path, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660); };
+    int file = onLockFile(*this, create);
+    if (file < 0 && errno == EPERM) {
+        // SFTP cannot report that a file exists. When asked again, sshfs finds the file that another host has made.
+        file = onLockFile(*this, create);
+    }
     if (file >= 0) {
         close(file);
         locked = true;

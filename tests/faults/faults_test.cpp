@@ -499,6 +499,12 @@ TEST_F(Cluster, AMissingNameIsLookedAtTwice) {
     EXPECT_EQ(count(READDIR, STUDY), 4) << "its parent is listed to the end";
     EXPECT_EQ(pauses, 0);
 
+    plan = {Plan::ONCE, 0, EPERM};
+    trace.clear();
+    noting = true;
+    EXPECT_TRUE(QXSemaphore("storestate_1.2.3", here.locks(), true).lockResource())
+        << "what sshfs does not find at once";
+    noting = false;
     for (const bool own : {false, true}) {
         SCOPED_TRACE(own);
         QXSemaphore semaphore("storestate_1.2.3", here.locks(), false);
