@@ -52,7 +52,7 @@ bool StoreState::locate(OFString& directory) const {
 
 void StoreState::provideDirectory(OFString& directory) const {
     if (!takePath(createDirectory(repositoryRoot(), studyId.c_str(), nullptr, false), directory)) {
-        throw QXException(1, storestate::NOT_CREATED, studyId.c_str());
+        throw QXException(1, "Study %s could not be created in repository.", studyId.c_str());
     }
 }
 

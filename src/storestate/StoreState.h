@@ -28,13 +28,6 @@
 #include <optional>
 #include <string>
 
-namespace storestate {
-
-/** The message when the plug-in made no directory: a printf format that takes the study's identifier. */
-constexpr char NOT_CREATED[] = "Study %s could not be created in repository.";
-
-} // namespace storestate
-
 class StoreState {
 public:
     /** A device that receives studies automatically. */

@@ -89,7 +89,7 @@ void checkLockPlace(const Report& report, const std::string& path) {
                 "use a directory of the server's own, such as /var/lib/storestate/locks"});
     }
     const char* root = environmentValue(REPOSITORY);
-    if (*root != '\0' && !mayBeShared(path.c_str()) && mayBeShared(root)) {
+    if (access(root, F_OK) == 0 && !mayBeShared(path.c_str()) && mayBeShared(root)) {
         report({Verdict::NOTE, LOCKS, path + " is on this host alone, and the repository is shared",
                 "fine for a single host; otherwise use a directory that all hosts share"});
     }

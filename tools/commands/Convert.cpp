@@ -72,7 +72,7 @@ int convertRecords(const ConvertRequest& request) {
     Counts counts;
     deferSignals();
     const int status = workThrough("convert", studies, !request.dryRun, [&](const std::string& study) {
-        const int result = guardedStudy(study, [&] { return convert(request, study, lockSeconds, counts); });
+        const int result = guarded(study, [&] { return convert(request, study, lockSeconds, counts); });
         counts.locked += result == STATUS_TIMEOUT ? 1 : 0;
         const bool interrupted = notedSignal() != 0 && result == signalStatus();
         counts.failed += result != STATUS_DONE && result != STATUS_TIMEOUT && !interrupted ? 1 : 0;

@@ -13,12 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr size_t STUDY_WIDTH = 24;
-constexpr size_t AGE_WIDTH = 16;
-
-void printRow(const std::string& study, const std::string& age, const std::string& user) {
-    printf("%s%s%s\n", padded(study, STUDY_WIDTH).c_str(), padded(age, AGE_WIDTH).c_str(), user.c_str());
-}
+constexpr char ROW[] = "%-24s %-16s%s\n";
 
 Json toJson(const LockFile& lock) {
     return {{"study", lock.study}, {"ageSeconds", lock.ageSeconds}, {"user", lock.user}, {"file", lock.path}};
@@ -51,7 +46,7 @@ std::vector<LockFile> oldLocks(int64_t seconds) {
 
 int takeLockForGood(const std::string& study, int lockSeconds) {
     deferSignals();
-    return guardedStudy(study, [&] {
+    return guarded(study, [&] {
         StoreState state(study.c_str(), "");
         takeLock(state, lockSeconds);
         state.semaphore.autoUnlock = false;
@@ -69,7 +64,7 @@ int removeLocks(Studies studies, std::optional<int64_t> minimumAge) {
     }
     int status = STATUS_DONE;
     for (const std::string& study : studies) {
-        status = combined(status, guardedStudy(study, [&] { return removeLock(study, seconds); }));
+        status = combined(status, guarded(study, [&] { return removeLock(study, seconds); }));
     }
     return status;
 }
@@ -81,9 +76,9 @@ int listLocks(int64_t seconds, bool asJson) {
         std::transform(locks.begin(), locks.end(), std::back_inserter(list), toJson);
         printf("%s", jsonText(list).c_str());
     } else if (!locks.empty()) {
-        printRow("STUDY", "AGE", "USER");
+        printf(ROW, "STUDY", "AGE", "USER");
         for (const LockFile& lock : locks) {
-            printRow(printable(lock.study), ageText(lock.ageSeconds), lock.user);
+            printf(ROW, printable(lock.study).c_str(), ageText(lock.ageSeconds).c_str(), lock.user.c_str());
         }
     }
     return STATUS_DONE;

@@ -94,7 +94,7 @@ int modify(const ModifyRequest& request) {
 int changeRecord(const ModifyRequest& request) {
     pointOutMarkings(request);
     deferSignals();
-    return guardedStudy(request.study, [&] { return modify(request); });
+    return guarded(request.study, [&] { return modify(request); });
 }
 
 } // namespace storestate

@@ -46,7 +46,7 @@ int showRecord(const std::string& study, Json* list) {
 int showRecords(const Studies& studies, bool asJson) {
     Json list = Json::array();
     const int status = workThrough("show", studies, false, [&](const std::string& study) {
-        return guardedStudy(study, [&] { return showRecord(study, asJson ? &list : nullptr); });
+        return guarded(study, [&] { return showRecord(study, asJson ? &list : nullptr); });
     });
     if (asJson) {
         printf("%s", jsonText(list).c_str());

@@ -28,7 +28,7 @@ public:
         try {
             kind = classify();
         } catch (const QXException& failure) {
-            say(explained(failure, study));
+            say(explained(failure));
         }
         const std::string fault = accessFault(record.writingDirectory(), TO_SAVE);
         if (!fault.empty()) {
@@ -101,7 +101,7 @@ int verifyRecords(const Studies& arguments) {
     }
     std::map<std::string, size_t> counts;
     const int status = workThrough("verify", walk.studies, false, [&](const std::string& study) {
-        return guardedStudy(study, [&] {
+        return guarded(study, [&] {
             const std::string kind = Verification(study).run();
             ++counts[kind];
             return statusOf(kind);

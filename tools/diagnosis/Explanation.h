@@ -11,8 +11,8 @@
 
 namespace storestate {
 
-/** The failure's text. Where it names only the step that failed, the database or the plug-in is asked for the cause. */
-std::string explained(const QXException& failure, const std::string& study);
+/** The failure's text. If the database failed, it is asked once more for the cause. */
+std::string explained(const QXException& failure);
 
 /** What the key of the first value that no record can carry takes; empty when every value can be stored. */
 std::string valueRule(const StoreState& state);
@@ -31,11 +31,10 @@ auto withValueRule(const StoreState& state, Work work) {
     }
 }
 
-/** Runs work on a study; turns an exception into its explanation on standard error and the exit status. */
-int guardedStudy(const std::string& study, const std::function<int()>& work);
-
-/** The same for a command: nobody is asked for a cause. */
-int guarded(const std::string& command, const std::function<int()>& work);
+/**
+ * Runs work on a study or for a command; turns an exception into its explanation on standard error and the exit status.
+ */
+int guarded(const std::string& subject, const std::function<int()>& work);
 
 } // namespace storestate
 

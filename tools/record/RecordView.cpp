@@ -14,13 +14,10 @@ using Json = nlohmann::ordered_json;
 
 constexpr size_t KEY_WIDTH = 16;
 
-/** One overload for each kind of property. */
-Json toJson(int32_t number) {
-    return number;
-}
-
-Json toJson(bool marking) {
-    return marking;
+/** One overload for each kind of property; numbers and markings are as in JSON. */
+template <class Value>
+Json toJson(Value value) {
+    return value;
 }
 
 Json toJson(const OFString* text) {

@@ -1,24 +1,36 @@
 #include "record/StoredRecord.h"
 
 #include "diagnosis/PluginDiagnosis.h"
+#include "files/Files.h"
 #include "storestate/Conversion.h"
 #include "storestate/FileError.h"
+#include "storestate/FreshLook.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/StudyPaths.h"
 #include "storestate/TextFile.h"
+#include "support/QXException.h"
 #include "terminal/Status.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace storestate {
 namespace {
 
 /** False: there is no such file. */
-bool readFile(const OFString& path, std::string& text) {
+bool readFile(const OFString& directory, const OFString& path, std::string& text) {
+    struct stat status;
+    if (stat(path.c_str(), &status) == 0) {
+        const std::string denied = accessFault(path.c_str(), R_OK);
+        const std::string fault = S_ISFIFO(status.st_mode) ? std::string(path.c_str()) + " is a FIFO" : denied;
+        if (!fault.empty()) {
+            throw QXException(1, "Opening file for reading failed: " + fault);
+        }
+    }
     TextFile file;
-    if (!file.open(path)) {
+    if (!openFresh(file, path, mayBeShared(directory))) {
         return false;
     }
     for (std::string_view piece; file.next(piece);) {
@@ -81,7 +93,7 @@ bool StoredRecord::read() {
     directory = locateStudy(state.studyId.c_str());
     path = directory.empty() ? "" : recordPath(directory.c_str()).c_str();
     std::string all;
-    if (directory.empty() || !readFile(path.c_str(), all)) {
+    if (directory.empty() || !readFile(directory.c_str(), path.c_str(), all)) {
         return false;
     }
     text = readRecord(all, state);
@@ -108,7 +120,7 @@ void StoredRecord::reportInvalidLines() const {
 std::vector<std::string> StoredRecord::legacyNames() const {
     std::vector<std::string> names;
     std::string all;
-    readFile(legacyListPath(directory.c_str()), all);
+    readFile(directory.c_str(), legacyListPath(directory.c_str()), all);
     for (std::string_view rest = all; !rest.empty();) {
         const OFString name = legacyDevice(takePiece(rest));
         if (!name.empty()) {
