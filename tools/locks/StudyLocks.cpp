@@ -25,10 +25,9 @@ int64_t age(time_t changed) {
     return seconds < 0 && seconds >= -CLOCK_DIFFERENCE ? 0 : seconds;
 }
 
-/** Locks dated in the future come first. */
+/** Locks dated in the future come last. */
 bool isOlder(const LockFile& left, const LockFile& right) {
-    const auto rank = [](const LockFile& lock) { return lock.ageSeconds < 0 ? INT64_MAX : lock.ageSeconds; };
-    return rank(left) != rank(right) ? rank(left) > rank(right) : left.study < right.study;
+    return left.ageSeconds != right.ageSeconds ? left.ageSeconds > right.ageSeconds : left.study < right.study;
 }
 
 using Clock = std::chrono::steady_clock;
