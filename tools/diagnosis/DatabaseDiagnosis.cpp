@@ -1,6 +1,7 @@
 #include "diagnosis/DatabaseDiagnosis.h"
 
 #include "storestate/AutoForward.h"
+#include "storestate/Environment.h"
 #include "support/QXException.h"
 
 #include <algorithm>
@@ -75,14 +76,16 @@ std::optional<DatabaseFault> askForDevices(StoreState& record) {
     try {
         readAutoForwardDevices(session, record.autoForwardDevices);
         return std::nullopt;
-    } catch (const QXException& failure) {
+    } catch (const QXException&) {
         const unsigned int number = session.errorNumber();
         if (number != 0) {
             const std::string text = session.errorMessage();
             return DatabaseFault{text + " [" + std::to_string(number) + "]", databaseRemedy(cause(number, text))};
         }
+        const std::string tables = std::string("TARGETTBL is \"") + environmentValue("TARGETTBL") +
+                                   "\" and DEVSERVTBL is \"" + environmentValue("DEVSERVTBL") + "\"";
         const std::string setting = settingFault(session);
-        return DatabaseFault{setting.empty() ? failure.message : setting, SETTINGS};
+        return DatabaseFault{setting.empty() ? tables : setting, SETTINGS};
     }
 }
 

@@ -31,9 +31,7 @@ auto withValueRule(const StoreState& state, Work work) {
     }
 }
 
-/**
- * Runs work on a study or for a command; turns an exception into its explanation on standard error and the exit status.
- */
+/** Runs work on a study or for a command. An exception becomes a line on standard error and the exit status. */
 int guarded(const std::string& subject, const std::function<int()>& work);
 
 } // namespace storestate

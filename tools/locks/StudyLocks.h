@@ -21,8 +21,7 @@ struct LockFile {
 /** The study's lock, a file or a dangling link; nothing when it is not locked. QXIOException: that cannot be told. */
 std::optional<LockFile> findLock(const std::string& study);
 
-/** All locks of studies, oldest first, those dated in the future last. QXIOException: the lock directory cannot be read
- * to its end. */
+/** All locks of studies, oldest first. QXIOException: the lock directory cannot be read to its end. */
 std::vector<LockFile> findLocks();
 
 constexpr int64_t OLD_SECONDS = 600;     ///< no call holds a lock that long

@@ -15,9 +15,8 @@ namespace storestate {
 void refuseRoot(const std::vector<std::string>& words);
 
 /**
- * Replaces the library's variables by those of a process that the calling user started; what that process does not set
- * is unset. `process` is its number. Failure: there is no such process, it belongs to somebody else or was started
- * through a set-user-ID program, or it has none of the variables.
+ * Replaces all of the library's variables by those of the process with this number. Failure: it is not a process that
+ * the calling user started, or has none of the variables.
  */
 void takeEnvironment(const std::string& process);
 
