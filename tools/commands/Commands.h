@@ -48,10 +48,7 @@ int listStudies();
 /** Takes the study's lock so that it outlives the program. */
 int takeLockForGood(const std::string& study, int lockSeconds);
 
-/**
- * Removes the locks of the studies, without studies all locks, whoever took them. A lock that is not at least so old,
- * by default 10 minutes, stays.
- */
+/** Removes the locks of the studies, or all, whoever took them, that are at least so old (by default 10 minutes). */
 int removeLocks(Studies studies, std::optional<int64_t> minimumAge);
 
 /** Lists the locks held for at least `seconds`. */
