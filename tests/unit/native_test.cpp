@@ -10,39 +10,34 @@ extern "C" jboolean Java_quillon_util_StoreState_modify(JNIEnv*, jclass, jstring
  */
 namespace machine {
 
-using Array = std::vector<const char*>;
+using Array = std::vector<char*>;
 
 int callsBeforeDenial;
-int charactersInUse = 0;
-int referencesInUse = 0;
+int answersInUse = 0;
 bool exceptionPending = false;
 
 template <class Answer>
-Answer unlessDenied(Answer answer, int& inUse) {
+Answer unlessDenied(Answer answer) {
     EXPECT_FALSE(exceptionPending);
+    EXPECT_LE(answersInUse, 4) << "the answers for the previous pair are released";
     exceptionPending = callsBeforeDenial-- == 0;
-    if (exceptionPending) {
-        return nullptr;
-    }
-    ++inUse;
-    return answer;
+    answersInUse += exceptionPending ? 0 : 1;
+    return exceptionPending ? nullptr : answer;
 }
 
 JNINativeInterface_ functionTable() {
     JNINativeInterface_ functions = {};
     functions.GetStringUTFChars = [](JNIEnv*, jstring string, jboolean*) {
-        return unlessDenied(reinterpret_cast<const char*>(string), charactersInUse);
+        return unlessDenied(reinterpret_cast<const char*>(string));
     };
-    functions.ReleaseStringUTFChars = [](JNIEnv*, jstring, const char*) { --charactersInUse; };
+    functions.ReleaseStringUTFChars = [](JNIEnv*, jstring, const char*) { --answersInUse; };
     functions.GetArrayLength = [](JNIEnv*, jarray array) { return jsize(reinterpret_cast<Array*>(array)->size()); };
     functions.GetObjectArrayElement = [](JNIEnv*, jobjectArray array, jsize index) {
-        EXPECT_LE(referencesInUse, 1) << "the references of the previous pair are released";
-        auto* text = const_cast<char*>(reinterpret_cast<Array*>(array)->at(size_t(index)));
-        auto* element = unlessDenied(reinterpret_cast<jobject>(text), referencesInUse);
+        auto* element = unlessDenied(reinterpret_cast<jobject>(reinterpret_cast<Array*>(array)->at(size_t(index))));
         exceptionPending = false; // a null element is no exception
         return element;
     };
-    functions.DeleteLocalRef = [](JNIEnv*, jobject) { --referencesInUse; };
+    functions.DeleteLocalRef = [](JNIEnv*, jobject) { --answersInUse; };
     functions.ExceptionClear = [](JNIEnv*) { exceptionPending = false; };
     return functions;
 }
@@ -52,12 +47,13 @@ JNINativeInterface_ functionTable() {
 TEST(NativeMethods, AnswerFalseWhateverTheVirtualMachineDenies) {
     const Workplace place;
     const std::string old = "Version=\"1\"\n";
-    const std::string changed = old + "Folder=\"S\"\nForwardDevices=\"D\"\n";
     Workplace::write(place.record("S"), old);
     const JNINativeInterface_ functions = machine::functionTable();
     JNIEnv_ environment = {&functions};
     char study[] = "S";
-    machine::Array pairs = {"-f", study, "-w", "D"};
+    char folder[] = "-f";
+    char forward[] = "-w";
+    machine::Array pairs = {folder, study, forward, study};
     auto* id = reinterpret_cast<jstring>(study);
     auto* options = reinterpret_cast<jobjectArray>(&pairs);
     constexpr int CALLS = 9; // one for the study, two for each element
@@ -66,10 +62,9 @@ TEST(NativeMethods, AnswerFalseWhateverTheVirtualMachineDenies) {
         machine::callsBeforeDenial = denied;
         const bool done = denied == CALLS;
         EXPECT_EQ(Java_quillon_util_StoreState_modify(&environment, nullptr, id, 2, options, 0), done);
-        EXPECT_EQ(Workplace::read(place.record("S")), done ? changed : old);
+        EXPECT_EQ(Workplace::read(place.record("S")), done ? old + "Folder=\"S\"\nForwardDevices=\"S\"\n" : old);
         EXPECT_FALSE(std::filesystem::exists(place.lockFile("S")));
         EXPECT_FALSE(machine::exceptionPending);
-        EXPECT_EQ(machine::charactersInUse, 0);
-        EXPECT_EQ(machine::referencesInUse, 0);
+        EXPECT_EQ(machine::answersInUse, 0);
     }
 }

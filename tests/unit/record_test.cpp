@@ -22,7 +22,8 @@ const std::string FULL =
            "Folder='Main [Folder] {2} |/\\^;:-_.,@$%#&*()'\nSourceDevice='CT'\nArchiveDevice='@Archive-@TOP'\n"
            "Derived='from a\tb; = 100%'\nSourceStudy=' 1.2.3 '\nStudyOwner='yes'\nRetrieved='yes'\n"
            "DontEdit='yes'\nDontDelete='yes'\nStagedDevices='a b'\nForwardDevices='x y'\n");
-const std::string VERSION = quoted("Version='0'\n"); // the first line of a record that names none
+const std::string VERSION = "Version=\"0\"\n"; // the first line of a record that names none
+const std::string REFUSED = "Unknown Exception: [1] Record of study S cannot carry ";
 
 /** Reads lines into the record; returns what the reader reports. */
 std::string read(StoreState& state, const std::string& lines) {
@@ -171,8 +172,6 @@ TEST(Record, ReportOnlyDeviceIsNeitherStagedNorOwner) {
 }
 
 TEST(Record, RefusesWhatItWouldNotReadBack) {
-    const std::string failure = "Unknown Exception: [1] Record of study S cannot carry ";
-    const std::string v255(255, 'v');
     const struct {
         const char* name;
         std::string option;  ///< after a first forward device
@@ -186,20 +185,24 @@ TEST(Record, RefusesWhatItWouldNotReadBack) {
         {"quote in a text", "-d d'\nDerived='d|", "Derived='d'\nDerived='d'."},
         {"blank in a device", "-w a b|", "ForwardDevices='a b'."},
         {"device without a name", "-w |", "ForwardDevices=''."},
-        {"longest word", "-c " + v255 + "|", ""},
-        {"word too long", "-c " + v255 + "v|", "SourceDevice='" + v255 + "v'."},
-        {"longest device", "-w " + v255 + "|", ""},
-        {"device too long", "-w " + v255 + "v|", "ForwardDevices='" + v255 + "v'."},
+        {"name too long", "-w " + std::string(256, 'v') + "|", "ForwardDevices='" + std::string(256, 'v') + "'."},
     };
     for (const auto& [name, option, refused] : cases) {
         StoreState state("S", ".");
         applyOptions(state, "-w first|" + quoted(option));
-        const std::string wanted = refused.empty() ? "" : failure + quoted(refused);
-        EXPECT_EQ(thrown([&] { requireReadable(state, formatRecord(state)); }), wanted) << name;
+        EXPECT_EQ(thrown([&] { requireReadable(state, formatRecord(state)); }),
+                  refused.empty() ? "" : REFUSED + quoted(refused))
+            << name;
     }
-    StoreState state("S", ".");
+}
+
+TEST(Record, IsRefusedBeforeItsDirectoryIsMade) {
+    const Workplace place;
+    StoreState state("S", "");
+    state.version = 1;
     state.sourceStudy = OFString("nul\0here", 8);
-    EXPECT_EQ(thrown([&] { requireReadable(state, formatRecord(state)); }), failure + "SourceStudy=\"nul\".");
+    EXPECT_EQ(thrown([&] { state.save(); }), REFUSED + "SourceStudy=\"nul\".");
+    EXPECT_TRUE(std::filesystem::is_empty(place.repository()));
 }
 
 /** Loads and saves a record of the earlier generation. The registered devices are PACS1 (C), PACS2 (P) and WS1 (F). */
@@ -208,7 +211,6 @@ TEST(Conversion, AddsTheRegisteredDevicesAndTheLegacyList) {
     const Workplace place;
     const std::string version = "Version='1'\n";
     const std::string archive = "ArchiveDevice='@Archive-@TOP'\n";
-    const std::string failure = "Unknown Exception: [1] Record of study S cannot carry ";
     const struct {
         const char* name;
         std::string before;
@@ -223,8 +225,8 @@ TEST(Conversion, AddsTheRegisteredDevicesAndTheLegacyList) {
         {"owned locally", "StudyOwner='yes'\n", "",
          version + archive + "StudyOwner='yes'\nStagedDevices='PACS1 PACS2'\nForwardDevices='WS1'\n", true},
         {"negative version", "Version='-1'\n", "A\n", "Version='-1'\n"},
-        {"name that no record carries", "", "A\nB'\n", failure + "ForwardDevices='B''."},
-        {"list of zeros", "", std::string(2, '\0'), failure + "ForwardDevices=''."},
+        {"name that no record carries", "", "A\nB'\n", REFUSED + "ForwardDevices='B''."},
+        {"list of zeros", "", std::string(2, '\0'), REFUSED + "ForwardDevices=''."},
     };
     for (const auto& [name, before, list, outcome, listTaken] : cases) {
         SCOPED_TRACE(name);
@@ -244,10 +246,15 @@ TEST(Conversion, AddsTheRegisteredDevicesAndTheLegacyList) {
 TEST(Conversion, WithoutAnyOwnerDeviceTheStudyIsOwnedLocally) {
     const Workplace place;
     Workplace::write(place.record("S"), "");
+    Workplace::write(place.legacyList("S"), "");
     StoreState state("S", "");
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("F", ""));
     EXPECT_TRUE(state.load());
     EXPECT_TRUE(state.studyOwner);
+    EXPECT_TRUE(state.save());
+    Workplace::write(place.legacyList("S"), "");
+    EXPECT_TRUE(state.save());
+    EXPECT_TRUE(std::filesystem::exists(place.legacyList("S"))) << "the second list was not taken in";
 }
 
 } // namespace
