@@ -58,13 +58,6 @@ protected:
     QXSemaphore semaphore{"s", "", false};
 };
 
-TEST_F(Semaphore, DestructorGivesBackWithAutoUnlockOnly) {
-    for (const bool autoUnlock : {true, false}) {
-        EXPECT_TRUE(std::make_unique<QXSemaphore>("s", autoUnlock)->lock(0));
-        EXPECT_EQ(isHeld(), !autoUnlock);
-    }
-}
-
 TEST_F(Semaphore, HolderAndForceGiveBackExactlyOnce) {
     Workplace::write(file, "");
     EXPECT_FALSE(semaphore.lockResource());
@@ -78,16 +71,9 @@ TEST_F(Semaphore, HolderAndForceGiveBackExactlyOnce) {
         semaphore.unlock();
         EXPECT_TRUE(isHeld()) << "taken again by another object";
     }
-}
-
-TEST_F(Semaphore, UnlockFailsUnlessTheFileIsGone) {
+    std::filesystem::remove(file);
     semaphore.forceUnlock = true;
-    EXPECT_EQ(thrown([&] { semaphore.unlock(); }), "");
-    std::filesystem::create_directory(file);
-    semaphore.forceUnlock = true;
-    semaphore.autoUnlock = true; // the destructor fails, too, and must not throw
-    EXPECT_EQ(thrown([&] { semaphore.unlock(); }), "IO Exception: [21] Releasing semaphore failed: s [Is a directory]");
-    EXPECT_TRUE(semaphore.forceUnlock);
+    EXPECT_EQ(thrown([&] { semaphore.unlock(); }), "") << "there is no lock";
 }
 
 TEST_F(Semaphore, WaitsForItsTimeoutOrForEver) {
@@ -104,6 +90,7 @@ TEST_F(Semaphore, WaitsForItsTimeoutOrForEver) {
         semaphore.unlock();
     });
     EXPECT_TRUE(QXSemaphore("s", false).lock(0));
+    EXPECT_TRUE(isHeld()) << "the destructor gives nothing back without autoUnlock";
     holder.join();
 }
 
