@@ -2,10 +2,12 @@ import static org.junit.jupiter.api.Assertions.*;
 
 import java.io.IOException;
 import java.nio.file.*;
-import java.util.Arrays;
+import java.util.*;
 import java.util.concurrent.*;
 import java.util.function.Predicate;
 import org.junit.jupiter.api.*;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 import quillon.util.StoreState;
 
 /** In a real virtual machine, with the database and the folders of the environment. Tests run in parallel. */
@@ -30,33 +32,21 @@ class StoreStateTest {
         return StoreState.modify(study, mode, options, false);
     }
 
-    /** The call on a locked study must wait for its timeout and then fail. */
-    private static void assertTimesOut(int seconds, String study, Predicate<String> call) {
-        assertTrue(StoreState.lock(study));
+    @ParameterizedTest
+    @CsvSource({"convert, 20", "modify, 20", "lock, 30"})
+    @Tag("waits")
+    void waitsForTheLockAndFails(String call, int seconds) {
+        Map<String, Predicate<String>> calls = Map.of(
+            "convert", study -> StoreState.convert(study, false),
+            "modify", study -> modify(study, StoreState.MAY_EXIST),
+            "lock", StoreState::lock);
+        assertTrue(StoreState.lock(call));
         long start = System.nanoTime();
-        assertFalse(call.test(study));
+        assertFalse(calls.get(call).test(call));
         long late = TimeUnit.NANOSECONDS.toSeconds(System.nanoTime() - start) - seconds;
         assertTrue(late >= 0 && late < 6, late + " s late");
-        assertFalse(Files.exists(record(study)));
-        assertTrue(isLocked(study));
-    }
-
-    @Test
-    @Tag("waits")
-    void convertWaits() {
-        assertTimesOut(20, "convert", study -> StoreState.convert(study, false));
-    }
-
-    @Test
-    @Tag("waits")
-    void modifyWaits() {
-        assertTimesOut(20, "modify", study -> modify(study, StoreState.MAY_EXIST));
-    }
-
-    @Test
-    @Tag("waits")
-    void lockWaits() {
-        assertTimesOut(30, "lock", StoreState::lock);
+        assertFalse(Files.exists(record(call)));
+        assertTrue(isLocked(call));
     }
 
     @Test

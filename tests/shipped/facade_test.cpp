@@ -28,7 +28,7 @@ intptr_t asNumber(void* result) {
     return reinterpret_cast<intptr_t>(result);
 }
 
-intptr_t overload() {
+int overload() {
     checkOverload("R");
     return 0;
 }
@@ -36,25 +36,24 @@ intptr_t overload() {
 /** The eleven functions. The results are those of the recording plug-in. */
 const struct Function {
     std::string name;
-    intptr_t (*call)();
+    std::function<intptr_t()> call;
     intptr_t result;
     intptr_t failureValue;
     const char* trace;
     std::string recorded; ///< arguments; "flag" stands for the flag's value
 } FUNCTIONS[] = {
-    {"getLocation", [] { return intptr_t{taken(getLocation("R", "S", opaque)) == "R/S"}; }, 1, 0,
-     "repository=R fileName=S", "(R, S, 0xabc)"},
-    {"createDirectory", [] { return intptr_t{taken(createDirectory("R", "S", opaque, flag)) == "R/S"}; }, 1, 0,
+    {"getLocation", [] { return taken(getLocation("R", "S", opaque)) == "R/S"; }, 1, 0, "repository=R fileName=S",
+     "(R, S, 0xabc)"},
+    {"createDirectory", [] { return taken(createDirectory("R", "S", opaque, flag)) == "R/S"; }, 1, 0,
      "repository=R subDir=S", "(R, S, 0xabc, flag)"},
-    {"unAge", [] { return intptr_t{unAge("R", "S")}; }, 1, 0, "repository=R resource=S", "(R, S)"},
-    {"freeMount", [] { return intptr_t{freeMount("R", "S")}; }, 2, 127, "repository=R and subDirectory=S", "(R, S)"},
+    {"unAge", [] { return unAge("R", "S"); }, 1, 0, "repository=R resource=S", "(R, S)"},
+    {"freeMount", [] { return freeMount("R", "S"); }, 2, 127, "repository=R and subDirectory=S", "(R, S)"},
     {"checkOverload", overload, 0, 0, "repository=R", "(R)"},
     {"listDirs", [] { return asNumber(listDirs("R", opaque, flag)); }, 3, 0, "repository=R", "(R, 0xabc, flag)"},
     {"listFiles", [] { return asNumber(listFiles("R", opaque, flag)); }, 4, 0, "repository=R", "(R, 0xabc, flag)"},
-    {"removeResource", [] { return intptr_t{removeResource("R", "S")}; }, 5, -1, "repository=R resource=S", "(R, S)"},
-    {"checkResourceStatus", [] { return intptr_t{checkResourceStatus("R", "S")}; }, 6, -1, "repository=R resource=S",
-     "(R, S)"},
-    {"getRepositoryStatus", [] { return intptr_t{getRepositoryStatus("R")}; }, 7, -1, "repository=R", "(R)"},
+    {"removeResource", [] { return removeResource("R", "S"); }, 5, -1, "repository=R resource=S", "(R, S)"},
+    {"checkResourceStatus", [] { return checkResourceStatus("R", "S"); }, 6, -1, "repository=R resource=S", "(R, S)"},
+    {"getRepositoryStatus", [] { return getRepositoryStatus("R"); }, 7, -1, "repository=R", "(R)"},
     {"createLocation", [] { return asNumber(createLocation("R", "S", opaque, flag)); }, 8, 0, "repository=R fileName=S",
      "(R, S, 0xabc, flag)"},
 };
@@ -151,22 +150,15 @@ TEST_F(Facade, SuppliedPluginStaysInsideTheRepository) {
     EXPECT_EQ(taken(createDirectory(root.c_str(), "1.2", nullptr, false)), path);
     EXPECT_EQ(taken(createDirectory(root.c_str(), "1.2", nullptr, false)), path) << "there already";
     EXPECT_EQ(taken(getLocation(root.c_str(), "1.2", nullptr)), path);
-    const std::pair<const char*, const char*> refused[] = {
-        {root.c_str(), ""},
-        {root.c_str(), "."},
-        {root.c_str(), ".."},
-        {root.c_str(), "/"},
-        {root.c_str(), "file"},
-        {root.c_str(), "../locks"},
-        {root.c_str(), "1.2/x"},
-        {root.c_str(), tooLong.c_str()},
-        {"", "1.2"},
-        {"/no/such/root", "1.2"},
-        {nullptr, "1.2"},
-    };
-    for (const auto& [repository, study] : refused) {
+    const auto expectRefused = [](const char* repository, const char* study) {
         EXPECT_THAT(taken(getLocation(repository, study, nullptr)), IsEmpty()) << study;
         EXPECT_THAT(taken(createDirectory(repository, study, nullptr, false)), IsEmpty()) << study;
+    };
+    for (const char* study : {"", ".", "..", "/", "file", "../locks", "1.2/x", tooLong.c_str()}) {
+        expectRefused(root.c_str(), study);
+    }
+    for (const char* repository : {"", "/no/such/root", static_cast<const char*>(nullptr)}) {
+        expectRefused(repository, "1.2");
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root), {}), 2);
 }
