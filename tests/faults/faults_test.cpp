@@ -104,26 +104,52 @@ Call lastCall(Op op, Place place) {
     return found != trace.rend() ? *found : Call{op, "", place, "", "", false, ENOENT};
 }
 
-/** One modification: "true", "false", or the exception. A second one changes nothing. */
-std::string modify(int32_t mode) {
-    std::string result;
-    noting = true;
-    const std::string failure = thrown([&] {
-        StoreState state("1.2.3", ""); // its devices replace those of the database
-        state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
-        state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
-        const std::vector<OptionPair> pairs = {{"--folder", "Main"}, {"--fwddevice", "Z"}};
-        result = modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE ? "true" : "false";
-    });
-    noting = false;
-    return result + failure;
-}
+/** A study whose system calls are noted. */
+class NotedStudy : public Workplace {
+protected:
+    NotedStudy() {
+        places = {{repository(), ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}};
+        places.insert({{temporary, TEMPORARY}, {lock, LOCK}, {locks(), LOCK}});
+        shown = [](struct dirent&) {};
+        paused = [this](long) { ++pauses; };
+    }
 
-class Faults : public testing::TestWithParam<Scenario> {
+    /** Works under a plan; returns the exception. */
+    std::string noted(const Plan& wanted, const std::function<void()>& work) {
+        plan = wanted;
+        pauses = 0;
+        trace.clear();
+        noting = true;
+        std::string failure = thrown(work);
+        noting = false;
+        return failure;
+    }
+
+    /** One modification: "true", "false", or the exception. A second one changes nothing. */
+    std::string modify(const Plan& wanted, int32_t mode) {
+        std::string result;
+        const std::string failure = noted(wanted, [&] {
+            StoreState state("1.2.3", ""); // its devices replace those of the database
+            state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C"));
+            state.autoForwardDevices.push_back(new StoreState::StoreDevice("WS1", "F"));
+            const std::vector<OptionPair> pairs = {{"--folder", "Main"}, {"--fwddevice", "Z"}};
+            result = modifyRecord(state, mode, pairsOf(pairs)) == ModifyResult::DONE ? "true" : "false";
+        });
+        return result + failure;
+    }
+
+    const std::string study = repository() + "/1.2.3";
+    const std::string info = Workplace::info("1.2.3");
+    const std::string record = Workplace::record("1.2.3");
+    const std::string list = legacyList("1.2.3");
+    const std::string lock = lockFile("1.2.3");
+    const std::string temporary = record + "." + std::to_string(getpid());
+    int pauses = 0;
+};
+
+class Faults : public testing::TestWithParam<Scenario>, protected NotedStudy {
 protected:
     Faults() {
-        places = {{root, ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}, {lock, LOCK}};
-        places[temporary] = TEMPORARY;
         if (!scenario.record.empty()) {
             start.insert({{study, "/"}, {info, "/"}, {record, scenario.record}});
         }
@@ -136,7 +162,7 @@ protected:
     }
 
     void restore(const Disk::State& state) {
-        fs::remove_all(root);
+        fs::remove_all(repository());
         fs::remove(lock);
         for (const auto& [path, text] : state) {
             if (text == "/") {
@@ -150,10 +176,8 @@ protected:
 
     /** One modification under a plan. After "true", no power cut may lose the new record. */
     std::string call(const Plan& wanted, int32_t mode) {
-        plan = wanted;
         ofCluster = scenario.cluster;
-        trace.clear();
-        const std::string outcome = modify(mode);
+        const std::string outcome = modify(wanted, mode);
         for (const Call& made : trace) {
             disk.apply(made);
         }
@@ -171,6 +195,16 @@ protected:
         EXPECT_EQ(Workplace::read(record), scenario.after);
     }
 
+    /** After an interruption. The old record still has its list: otherwise a device would be in neither. */
+    void expectOldOrNewRecord() {
+        const std::string now = Workplace::read(record);
+        EXPECT_THAT(now, testing::AnyOf(scenario.record, scenario.after));
+        if (now != scenario.after) {
+            EXPECT_EQ(Workplace::read(list), scenario.list);
+        }
+        expectNextCall();
+    }
+
     /** One modification under a plan, and one after it. */
     void attempt(const Plan& fault) {
         const char* const ways[] = {"not", "once", "again and again", "and all later ones"};
@@ -182,8 +216,7 @@ protected:
         EXPECT_EQ(Workplace::read(record), renamed ? scenario.after : scenario.record);
         if (!renamed) {
             EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither";
-        }
-        if (renamed) {
+        } else {
             EXPECT_FALSE(lastCall(OPEN, INFO).injected) << "known before the rename";
         }
         EXPECT_EQ(expected(outcome), outcome);
@@ -198,15 +231,7 @@ protected:
     }
 
     const Scenario& scenario = GetParam();
-    Workplace here;
-    const std::string root = here.repository();
-    const std::string study = root + "/1.2.3";
-    const std::string info = here.info("1.2.3");
-    const std::string record = here.record("1.2.3");
-    const std::string list = here.legacyList("1.2.3");
-    const std::string lock = here.lockFile("1.2.3");
-    const std::string temporary = record + "." + std::to_string(getpid());
-    Disk::State start = {{root, "/"}};
+    Disk::State start = {{repository(), "/"}};
     Disk disk{start};
     std::vector<Call> plain; ///< when all goes well
 };
@@ -242,12 +267,7 @@ TEST_P(Faults, KilledAtEveryCall) {
         for (size_t done = 0; done < at; ++done) {
             disk.apply(plain[done]);
         }
-        const std::string now = Workplace::read(record);
-        EXPECT_EQ(now, now == scenario.record ? scenario.record : scenario.after);
-        if (now != scenario.after) {
-            EXPECT_EQ(Workplace::read(list), scenario.list) << "a device would be in neither";
-        }
-        expectNextCall();
+        expectOldOrNewRecord();
     }
 }
 
@@ -264,55 +284,25 @@ TEST_P(Faults, PowerIsCut) {
         EXPECT_NE(call.argument, "inheritable");
         cut.apply(call);
         for (const Disk::State& state : cut.states()) {
-            if (!known.insert(state).second) {
-                continue;
+            if (known.insert(state).second) {
+                restore(state);
+                expectOldOrNewRecord();
             }
-            restore(state);
-            const std::string now = Workplace::read(record);
-            EXPECT_EQ(now, now == scenario.record ? scenario.record : scenario.after);
-            expectNextCall(); // which loads it
         }
     }
 }
 
 /** A study on a file system that several hosts share. */
-class Cluster : public testing::Test {
+class Cluster : public testing::Test, protected NotedStudy {
 protected:
-    Cluster() {
-        plan = {};
-        ofCluster = true;
-        places = {{here.repository(), ROOT}, {study, STUDY}, {info, INFO}, {record, RECORD}, {list, LIST}};
-        places[lock] = LOCK;
-        places[here.locks()] = LOCK;
-        paused = [this](long) { ++pauses; };
-    }
-    ~Cluster() override {
-        plan = {};
-        ofCluster = false;
-        shown = [](struct dirent&) {};
-        paused = [](long) {};
-    }
-
-    std::string modifyUnder(const Plan& wanted, int32_t mode) {
-        plan = wanted;
-        pauses = 0;
-        trace.clear();
-        return modify(mode);
-    }
+    Cluster() { ofCluster = true; }
 
     static std::ptrdiff_t count(Op op, int where) {
         return std::count_if(trace.begin(), trace.end(),
                              [=](const Call& call) { return call.op == op && (call.place & where) != 0; });
     }
 
-    Workplace here;
-    const std::string study = here.repository() + "/1.2.3";
-    const std::string info = here.info("1.2.3");
-    const std::string record = here.record("1.2.3");
-    const std::string list = here.legacyList("1.2.3");
-    const std::string lock = here.lockFile("1.2.3");
     const std::string stale = "IO Exception: [116] Reading file failed: " + record + " Stale file handle";
-    int pauses = 0;
 };
 
 constexpr int FOR_GOOD = 99;
@@ -362,7 +352,7 @@ TEST_F(Cluster, OldNamesCostNoChange) {
             }
         };
         const bool works = listing.pauses != REFUSED;
-        EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), works ? "true" : stale);
+        EXPECT_EQ(modify({}, RECORD_MAY_EXIST), works ? "true" : stale);
         EXPECT_EQ(Workplace::read(record), works ? MODIFIED : before);
         EXPECT_EQ(pauses, listing.pauses);
         EXPECT_FALSE(fs::exists(lock));
@@ -371,7 +361,7 @@ TEST_F(Cluster, OldNamesCostNoChange) {
 
 TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
     Workplace::write(record, HEAD + TAIL);
-    EXPECT_EQ(modifyUnder({}, RECORD_MUST_EXIST), "true");
+    EXPECT_EQ(modify({}, RECORD_MUST_EXIST), "true");
     const std::vector<Call> plain = trace;
     int tried = 0;
     bool read = false;
@@ -385,7 +375,7 @@ TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
             }
             SCOPED_TRACE(testing::Message() << call.name << " " << call.path << ", call " << at << ", error " << error);
             Workplace::write(record, HEAD + TAIL);
-            EXPECT_EQ(modifyUnder({Plan::ONCE, at, error}, RECORD_MUST_EXIST), "true");
+            EXPECT_EQ(modify({Plan::ONCE, at, error}, RECORD_MUST_EXIST), "true");
             EXPECT_EQ(Workplace::read(record), MODIFIED);
             EXPECT_EQ(pauses, 1);
             ++tried;
@@ -409,7 +399,7 @@ TEST_F(Cluster, AWrongListingIsSettledWithoutListing) {
         {"a file that the second open does not confirm", REFUSED, SETTLED, SETTLED, false},
     };
     Workplace::write(record, HEAD + TAIL);
-    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(modify({}, RECORD_MAY_EXIST), "true");
     const auto read = std::find_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == READ; });
     const Plan dead = {Plan::SAME, static_cast<size_t>(read - trace.begin()), ESTALE};
     shown = [](struct dirent& entry) { entry.d_ino += entry.d_name[0] == 's'; };
@@ -429,7 +419,7 @@ TEST_F(Cluster, AWrongListingIsSettledWithoutListing) {
                 EXPECT_GE(seconds, 3);
             }
         };
-        EXPECT_EQ(modifyUnder(dead, RECORD_MAY_EXIST), each.works ? "true" : stale);
+        EXPECT_EQ(modify(dead, RECORD_MAY_EXIST), each.works ? "true" : stale);
         EXPECT_EQ(pauses, each.pauses);
         EXPECT_EQ(count(OPENDIR, INFO), LOOKS + 1) << "none after the last look that lists";
     }
@@ -437,7 +427,7 @@ TEST_F(Cluster, AWrongListingIsSettledWithoutListing) {
 
 /** What is in the record's place or in the list's, and the answer, which is the same on every file system. */
 TEST_F(Cluster, AnswersAsALocalFileSystemDoes) {
-    const std::string elsewhere = here.root + "/elsewhere";
+    const std::string elsewhere = root + "/elsewhere";
     struct {
         const char* name;
         std::function<void()> prepare;
@@ -469,12 +459,8 @@ TEST_F(Cluster, AnswersAsALocalFileSystemDoes) {
             each.prepare();
             ofCluster = system != std::string("local");
             const bool typed = system != std::string("cluster that lists no types");
-            shown = [=](struct dirent& entry) {
-                if (!typed) {
-                    entry.d_type = DT_UNKNOWN;
-                }
-            };
-            EXPECT_EQ(modifyUnder({}, each.mode), each.answer);
+            shown = [=](struct dirent& entry) { entry.d_type *= typed; }; // or DT_UNKNOWN
+            EXPECT_EQ(modify({}, each.mode), each.answer);
             EXPECT_EQ(count(OPEN, LOCK), each.locks ? 1 : 0);
             EXPECT_EQ(pauses, 0);
             if (!each.locks) {
@@ -487,34 +473,27 @@ TEST_F(Cluster, AnswersAsALocalFileSystemDoes) {
 /** The name that a client has cached as missing, and what makes the client ask its server. */
 TEST_F(Cluster, AMissingNameIsLookedAtTwice) {
     Workplace::write(record, HEAD + TAIL);
-    EXPECT_EQ(modifyUnder({Plan::ONCE, 0, ENOENT}, RECORD_MUST_EXIST), "true") << "the study, in the plug-in";
+    EXPECT_EQ(modify({Plan::ONCE, 0, ENOENT}, RECORD_MUST_EXIST), "true") << "the study, in the plug-in";
     EXPECT_EQ(trace[0].path, study);
-    EXPECT_EQ(trace[1].path, here.repository());
+    EXPECT_EQ(trace[1].path, repository());
     EXPECT_EQ(trace[1].argument, "refreshed");
 
-    EXPECT_EQ(modifyUnder({}, RECORD_MUST_EXIST), "true");
+    EXPECT_EQ(modify({}, RECORD_MUST_EXIST), "true");
     const auto listing = std::find_if(trace.begin(), trace.end(), [](const Call& call) { return call.op == OPENDIR; });
     const auto at = static_cast<size_t>(listing - trace.begin());
-    EXPECT_EQ(modifyUnder({Plan::ONCE, at, ENOENT}, RECORD_MUST_EXIST), "true") << "the information directory";
+    EXPECT_EQ(modify({Plan::ONCE, at, ENOENT}, RECORD_MUST_EXIST), "true") << "the information directory";
     EXPECT_EQ(count(READDIR, STUDY), 4) << "its parent is listed to the end";
     EXPECT_EQ(pauses, 0);
 
-    plan = {Plan::ONCE, 0, EPERM};
-    trace.clear();
-    noting = true;
-    EXPECT_TRUE(QXSemaphore("storestate_1.2.3", here.locks(), true).lockResource())
-        << "what sshfs does not find at once";
-    noting = false;
+    QXSemaphore first("storestate_1.2.3", locks(), true);
+    noted({Plan::ONCE, 0, EPERM}, [&] { first.lockResource(); });
+    EXPECT_TRUE(first.locked) << "what sshfs does not find at once";
     for (const bool own : {false, true}) {
         SCOPED_TRACE(own);
-        QXSemaphore semaphore("storestate_1.2.3", here.locks(), false);
+        QXSemaphore semaphore("storestate_1.2.3", locks(), false);
         Workplace::write(lock, "");
         (own ? semaphore.locked : semaphore.forceUnlock) = true;
-        plan = {Plan::ONCE, 0, ENOENT};
-        trace.clear();
-        noting = true;
-        semaphore.unlock();
-        noting = false;
+        noted({Plan::ONCE, 0, ENOENT}, [&] { semaphore.unlock(); });
         EXPECT_EQ(fs::exists(lock), own) << "no client caches that its own lock is missing";
         EXPECT_EQ(count(READDIR, LOCK), own ? 0 : 4) << "listed to the end";
         EXPECT_FALSE(semaphore.locked || semaphore.forceUnlock);
@@ -524,9 +503,9 @@ TEST_F(Cluster, AMissingNameIsLookedAtTwice) {
 /** A server makes the series' directories before the record. */
 TEST_F(Cluster, TheRootIsSyncedForANewStudy) {
     fs::create_directories(study + "/series");
-    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(modify({}, RECORD_MAY_EXIST), "true");
     EXPECT_EQ(count(FSYNC, ROOT), 1);
-    EXPECT_EQ(modifyUnder({}, RECORD_MAY_EXIST), "true");
+    EXPECT_EQ(modify({}, RECORD_MAY_EXIST), "true");
     EXPECT_EQ(count(FSYNC, ROOT), 0);
 }
 
