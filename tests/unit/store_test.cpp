@@ -43,6 +43,9 @@ TEST_F(Store, FirstSaveMakesWhatRemoveDeletes) {
     EXPECT_FALSE(state.exists()) << "there is only its directory";
     EXPECT_FALSE(state.remove());
     EXPECT_EQ(errno, ENOENT);
+    create_symlink(record, record);
+    EXPECT_FALSE(state.exists()) << "a link to itself";
+    EXPECT_TRUE(state.remove());
     Workplace::write(record, "");
     EXPECT_TRUE(StoreState("S", "").save()) << "over a record that it never tried to load";
 }
