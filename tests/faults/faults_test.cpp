@@ -462,6 +462,7 @@ TEST_F(Cluster, AnswersAsALocalFileSystemDoes) {
             shown = [=](struct dirent& entry) { entry.d_type *= typed; }; // or DT_UNKNOWN
             EXPECT_EQ(modify({}, each.mode), each.answer);
             EXPECT_EQ(count(OPEN, LOCK), each.locks ? 1 : 0);
+            EXPECT_TRUE(ofCluster || count(OPENDIR, INFO) == 0) << "nothing is listed on a local file system";
             EXPECT_EQ(pauses, 0);
             if (!each.locks) {
                 EXPECT_EQ(count(OPEN, RECORD | LIST), 0);
