@@ -45,9 +45,12 @@ TemporaryFile::~TemporaryFile() {
 }
 
 bool TemporaryFile::open() {
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
     errno = 0;
-    // Do not follow a symbolic link and do not block on a FIFO.
-    file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666);
+    file = ::open(path.c_str(), FLAGS, 0666);
+    if (file < 0 && errno == EEXIST && unlink(path.c_str()) == 0) { // left by a process that died, or a link
+        file = ::open(path.c_str(), FLAGS, 0666);
+    }
     exists = file >= 0;
     return exists && avoidStandardStreams();
 }

@@ -23,7 +23,7 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    /** Creates the file or empties an existing one. False: that failed, with errno. */
+    /** Creates the file in place of whatever has its name, a directory excepted. False: that failed, with errno. */
     bool open();
 
     /** Writes all of `text`, syncs and closes. QXIOException with errno: "Writing file failed: ...". */
