@@ -118,6 +118,10 @@ void checkRepository(const Report& report) {
         return;
     }
     const std::string path = environmentValue(REPOSITORY);
+    if (walkStudies(VISITS).empty) {
+        report({Verdict::NOTE, REPOSITORY, path + " holds no study",
+                "fine for a new archive; otherwise mount the archive: an empty mount point looks the same"});
+    }
     if (root.st_uid != geteuid()) {
         report({Verdict::NOTE, "user",
                 userName(geteuid()) + ", but the repository belongs to " + userName(root.st_uid) +
@@ -131,10 +135,6 @@ void checkRepository(const Report& report) {
         report({Verdict::BAD, REPOSITORY, fault, remedyForWriting(error)});
     } else {
         reportPlace(report, REPOSITORY, path);
-    }
-    if (walkStudies(VISITS).empty) {
-        report({Verdict::NOTE, REPOSITORY, path + " holds no study",
-                "fine for a new archive; otherwise mount the archive: an empty mount point looks the same"});
     }
 }
 

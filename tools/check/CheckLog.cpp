@@ -36,8 +36,7 @@ Finding logFinding(const char* path) {
                 "start a system log, or pass its socket into the container"};
     }
     if (!reads) {
-        return {Verdict::BAD, "system log",
-                std::string("nobody reads ") + path + ": calls hang there and hold their locks",
+        return {Verdict::BAD, "system log", std::string("nobody reads ") + path + ": calls hang there",
                 "restart the system log; the calls then continue"};
     }
     return {Verdict::GOOD, "system log", path, ""};

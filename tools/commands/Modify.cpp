@@ -81,6 +81,7 @@ int modify(const ModifyRequest& request) {
     if (request.dryRun) {
         return tryModification(request, state, before);
     }
+    deferSignals();
     takeLock(state, request.lockSeconds);
     StoredRecord current(request.study); // as it is under the lock
     readSound(request, current);
@@ -93,7 +94,6 @@ int modify(const ModifyRequest& request) {
 
 int changeRecord(const ModifyRequest& request) {
     pointOutMarkings(request);
-    deferSignals();
     return guarded(request.study, [&] { return modify(request); });
 }
 

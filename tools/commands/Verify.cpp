@@ -96,6 +96,9 @@ int verifyRecords(const Studies& arguments) {
         walk.studies = collectStudies(arguments);
     }
     int readable = STATUS_DONE;
+    if (walk.studies.empty()) {
+        readable = complain("verify", "There is no study: the archive may not be mounted.");
+    }
     for (const std::string& fault : walk.unreadable) {
         readable = complain("verify", fault);
     }
