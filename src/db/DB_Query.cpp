@@ -37,12 +37,13 @@ unsigned int portNumber(const char* text) {
     return static_cast<unsigned int>(std::clamp<long>(strtol(text, nullptr, 10), 0, INT32_MAX));
 }
 
-} // namespace
-
-const char* storestate::databaseSocket() {
+/** MYSQL_UNIX_PORT if it is set and not empty; otherwise null: MYSQL_HOST and MYSQL_TCP_PORT are used. */
+const char* databaseSocket() {
     const char* socket = getenv("MYSQL_UNIX_PORT");
     return socket != nullptr && *socket != '\0' ? socket : nullptr;
 }
+
+} // namespace
 
 DB_Query::~DB_Query() {
     releaseResult();
@@ -75,7 +76,7 @@ int DB_Query::init() {
         return 0;
     }
     const char* user = getenv("ARQ_USER");
-    const char* socket = storestate::databaseSocket();
+    const char* socket = databaseSocket();
     if (!(socket != nullptr ? connectSocket(user, database, socket) : connectTcp(user, database))) {
         return 0;
     }

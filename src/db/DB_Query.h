@@ -21,13 +21,6 @@
 #include <cstdint>
 #include <mysql.h>
 
-namespace storestate {
-
-/** MYSQL_UNIX_PORT if it is set and not empty. Null: MYSQL_HOST and MYSQL_TCP_PORT name the server. */
-const char* databaseSocket();
-
-} // namespace storestate
-
 class DB_Query {
 public:
     /** Makes no connection. */
