@@ -91,27 +91,25 @@ void TemporaryFile::moveTo(const OFString& target) {
     exists = false;
 }
 
-DirectorySync::DirectorySync(const OFString& directoryPath) : path(directoryPath) {
+DirectorySync::DirectorySync(const OFString& directoryPath, std::shared_ptr<DIR> opened)
+    : path(directoryPath), listed(std::move(opened)) {
     errno = 0;
-    directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    directory = listed != nullptr ? dirfd(listed.get()) : open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) {
         throwFileError(WRITING_FAILED, path);
     }
 }
 
 DirectorySync::~DirectorySync() {
-    if (directory >= 0) {
+    if (listed == nullptr) {
         close(directory);
     }
 }
 
 void DirectorySync::sync() {
     errno = 0;
-    const int error = fsync(directory) == 0 || errno == EINVAL ? 0 : errno;
-    close(directory);
-    directory = -1;
-    if (error != 0) {
-        throwFileError(WRITING_FAILED, path, error);
+    if (fsync(directory) != 0 && errno != EINVAL) {
+        throwFileError(WRITING_FAILED, path);
     }
 }
 

@@ -8,6 +8,8 @@
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
+#include <dirent.h>
+#include <memory>
 #include <string>
 
 namespace storestate {
@@ -44,17 +46,21 @@ private:
  */
 class DirectorySync {
 public:
-    /** Opens the directory, which must be readable. QXIOException with errno: "Writing file failed: ...". */
-    explicit DirectorySync(const OFString& directoryPath);
+    /**
+     * Opens the directory, which must be readable, unless `opened` is that directory, opened before. QXIOException with
+     * errno: "Writing file failed: ...".
+     */
+    explicit DirectorySync(const OFString& directoryPath, std::shared_ptr<DIR> opened = nullptr);
     DirectorySync(const DirectorySync&) = delete;
     DirectorySync& operator=(const DirectorySync&) = delete;
     ~DirectorySync();
 
-    /** Syncs and closes it. A file system that cannot sync directories is not a failure. QXIOException as above. */
+    /** Syncs it. A file system that cannot sync directories is not a failure. QXIOException as above. */
     void sync();
 
 private:
     OFString path;
+    std::shared_ptr<DIR> listed; ///< closes `directory`; null: the destructor does
     int directory;
 };
 

@@ -4,6 +4,7 @@
 #include "support/QXException.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -43,6 +44,11 @@ constexpr uint32_t LOCAL_FILE_SYSTEMS[] = {
     0x794C7630, // overlay
 };
 
+bool isLocal(uint32_t fileSystem) {
+    const auto* end = std::end(LOCAL_FILE_SYSTEMS);
+    return std::find(std::begin(LOCAL_FILE_SYSTEMS), end, fileSystem) != end;
+}
+
 /** Sleeps for the whole time, also when signals arrive. */
 void sleepFor(int milliseconds) {
     timespec left = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
@@ -50,11 +56,12 @@ void sleepFor(int milliseconds) {
     }
 }
 
-using Directory = std::unique_ptr<DIR, int (*)(DIR*)>;
+using Directory = std::shared_ptr<DIR>;
 
 Directory openDirectory(const OFString& path) {
     errno = 0;
-    return {opendir(path.c_str()), closedir};
+    DIR* directory = opendir(path.c_str());
+    return directory != nullptr ? Directory(directory, closedir) : nullptr;
 }
 
 OFString parentOf(const OFString& path) {
@@ -72,11 +79,12 @@ bool saysDead(int error) {
 
 /** What a directory shows of a name. */
 struct Listing {
+    Directory directory; ///< still open
     bool listed = false;
     bool link = false;
     ino_t number = 0;
-    bool comparable = true; ///< as far as can be seen, `number` is what stat(2) gives
-    bool dead = false;      ///< the server does not have the directory any more
+    ino_t own = 0;     ///< the directory's own number; 0: not listed
+    bool dead = false; ///< the server does not have the directory any more
 };
 
 /** Whether a file system lists this number in place of the file's own. */
@@ -92,27 +100,21 @@ bool isLink(DIR* directory, const dirent& entry) {
     return fstatat(dirfd(directory), entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
 }
 
-void note(Listing& listing, DIR* directory, const dirent& entry, const char* name, ino_t ownNumber) {
+void note(Listing& listing, DIR* directory, const dirent& entry, const char* name) {
     if (strcmp(entry.d_name, name) == 0) {
         listing.listed = true;
         listing.link = isLink(directory, entry);
         listing.number = entry.d_ino;
-        listing.comparable = listing.comparable && !standsForNone(entry.d_ino);
     } else if (strcmp(entry.d_name, ".") == 0) {
-        listing.comparable = listing.comparable && entry.d_ino == ownNumber;
+        listing.own = entry.d_ino;
     }
 }
 
 /** Reads the directory to its end: the first part alone may come from a cache. False: it failed with errno. */
 bool readAll(DIR* directory, const char* name, Listing& listing) {
-    struct stat own;
-    errno = 0;
-    if (fstat(dirfd(directory), &own) != 0) {
-        return false;
-    }
     errno = 0;
     for (const dirent* entry; (entry = readdir(directory)) != nullptr; errno = 0) {
-        note(listing, directory, *entry, name, own.st_ino);
+        note(listing, directory, *entry, name);
     }
     return errno == 0;
 }
@@ -134,11 +136,11 @@ Directory openInformation(const OFString& path) {
 
 Listing list(const OFString& path, const char* name) {
     Listing listing;
-    const Directory directory = openInformation(path);
-    if (directory == nullptr && saysAbsent(errno)) {
+    listing.directory = openInformation(path);
+    if (listing.directory == nullptr && saysAbsent(errno)) {
         return listing;
     }
-    if (directory == nullptr || !readAll(directory.get(), name, listing)) {
+    if (listing.directory == nullptr || !readAll(listing.directory.get(), name, listing)) {
         listing.dead = saysDead(errno);
         if (!listing.dead) {
             throwFileError(READING_FAILED, path);
@@ -155,11 +157,18 @@ struct Sight {
     ino_t number = 0;     ///< 0: it does not matter which file it is
 };
 
-bool agree(const Listing& listing, const Sight& sight) {
+/** Whether the file system lists other numbers than stat(2) gives, as far as its number of the directory shows. */
+bool listsOtherNumbers(const Listing& listing, const OFString& directory) {
+    struct stat status;
+    return listing.own != 0 && stat(directory.c_str(), &status) == 0 && status.st_ino != listing.own;
+}
+
+bool agree(const Listing& listing, const Sight& sight, const OFString& directory) {
     if (listing.dead || !sight.alive) {
         return false;
     }
-    const bool sameFile = sight.number == 0 || !listing.comparable || listing.number == sight.number;
+    const bool sameFile = sight.number == 0 || sight.number == listing.number || standsForNone(listing.number) ||
+                          listsOtherNumbers(listing, directory);
     return listing.link || (listing.listed == sight.there && (!sight.there || sameFile));
 }
 
@@ -174,15 +183,19 @@ Sight lookLater(const OFString& path, Look look) {
     return sight;
 }
 
-/** Looks until listing and look agree, or two late looks do. */
+/** Looks until listing and look agree, or two late looks do. `listed` becomes the directory of the listing that agreed.
+ */
 template <class Look>
-Sight lookAfresh(const OFString& path, Look look) {
+Sight lookAfresh(const OFString& path, Look look, Directory* listed = nullptr) {
     const OFString directory = parentOf(path);
     const OFString name = path.substr(directory.length() + 1);
     for (int pause = FIRST_PAUSE;; pause *= 2) {
         const Listing listing = list(directory, name.c_str());
         const Sight sight = look();
-        if (agree(listing, sight) || !sight.doubtful) {
+        if (agree(listing, sight, directory) || !sight.doubtful) {
+            if (listed != nullptr) {
+                *listed = listing.directory;
+            }
             return sight;
         }
         if (pause > LAST_PAUSE) {
@@ -230,20 +243,44 @@ Sight sightFrom(int result, bool unknown) {
     return sight;
 }
 
+/** The server says so right now. False: it has not said so, which does not mean that the file is missing. */
+bool serverHas(const OFString& path) {
+    struct statx status;
+    return statx(AT_FDCWD, path.c_str(), AT_STATX_FORCE_SYNC, STATX_NLINK, &status) == 0 && status.stx_nlink > 0;
+}
+
 } // namespace
 
 bool mayBeShared(const OFString& path) {
+    // The device of a shared file system: statfs(2) asks the server each time, stat(2) does not.
+    static std::atomic<dev_t> sharedDevice{0};
+    const dev_t known = sharedDevice;
+    struct stat status;
+    if (known != 0 && stat(path.c_str(), &status) == 0 && status.st_dev == known) {
+        return true;
+    }
     struct statfs system;
-    return statfs(path.c_str(), &system) != 0 ||
-           std::find(std::begin(LOCAL_FILE_SYSTEMS), std::end(LOCAL_FILE_SYSTEMS),
-                     static_cast<uint32_t>(system.f_type)) == std::end(LOCAL_FILE_SYSTEMS);
+    if (statfs(path.c_str(), &system) != 0) {
+        return true;
+    }
+    const bool shared = !isLocal(static_cast<uint32_t>(system.f_type));
+    if (shared && stat(path.c_str(), &status) == 0) {
+        sharedDevice = status.st_dev;
+    }
+    return shared;
 }
 
-bool openFresh(TextFile& file, const OFString& path, bool shared) {
-    return shared ? lookAfresh(path, [&] { return openCurrent(file, path); }).there : file.open(path);
+bool openFresh(TextFile& file, const OFString& path, bool shared, Directory* listed) {
+    return shared ? lookAfresh(
+                        path, [&] { return openCurrent(file, path); }, listed)
+                        .there
+                  : file.open(path);
 }
 
 bool leadsSomewhere(const OFString& path, bool shared) {
+    if (shared && serverHas(path)) {
+        return true;
+    }
     const auto look = [&] {
         struct stat status;
         errno = 0;

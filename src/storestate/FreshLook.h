@@ -18,7 +18,7 @@
  * listing has no number, it is enough that the name is listed. A link is followed without comparing anything: where it
  * leads is not in the listing.
  *
- * On a file system of a single machine a look is a plain system call. The functions keep no state.
+ * On a file system of a single machine a look is a plain system call.
  */
 #ifndef STORESTATE_FRESHLOOK_H
 #define STORESTATE_FRESHLOOK_H
@@ -27,20 +27,32 @@
 
 #include <dcmtk/config/osconfig.h>
 #include <dcmtk/ofstd/ofstring.h>
+#include <dirent.h>
+#include <memory>
 
 namespace storestate {
 
-/** Whether several hosts may share the file system of `path`: every one that is not known to be of a single machine. */
+/**
+ * Whether several hosts may share the file system of `path`: every one that is not known to be of a single machine.
+ * Remembers the device of the shared file system, for all threads.
+ */
 bool mayBeShared(const OFString& path);
 
 // `path` is that of a file in a study's information directory, and `shared` what mayBeShared() says of it. On a shared
 // file system these throw QXIOException with errno, "Reading file failed: ...": the directory cannot be listed; ESTALE:
 // what is there could not be read or confirmed.
 
-/** Opens the file. Result and other exceptions as TextFile::open(). */
-bool openFresh(TextFile& file, const OFString& path, bool shared);
+/**
+ * Opens the file. Result and other exceptions as TextFile::open(). If the file's directory was listed, `listed` becomes
+ * that directory, still open: to open it once more would cost another question to the server.
+ */
+bool openFresh(TextFile& file, const OFString& path, bool shared, std::shared_ptr<DIR>* listed = nullptr);
 
-/** Whether the name leads to anything, as stat(2) tells; false also if stat(2) fails for another reason. */
+/**
+ * Whether the name leads to anything, as stat(2) tells; false also if stat(2) fails for another reason. On a shared
+ * file system the server is asked for the file's attributes; the directory is listed only if that does not find the
+ * file.
+ */
 bool leadsSomewhere(const OFString& path, bool shared);
 
 /** Whether a file has the name. A link has it, wherever it leads, and so has what cannot be told; a directory has not.

@@ -10,6 +10,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -53,7 +54,7 @@ bool StoreState::readStored(OFString& path) {
     const bool located = locate(directory);
     path = located ? recordPath(directory) : OFString();
     TextFile file;
-    if (!located || !openFresh(file, path, isShared(directory))) {
+    if (!located || !openFresh(file, path, isShared(directory), &infoDirectory)) {
         return false;
     }
     RecordReader reader(*this, diagnostics);
@@ -80,9 +81,9 @@ bool StoreState::save() {
 
     OFString directory;
     provideDirectory(directory);
-    const OFString infoDirectory = infoDirectoryPath(directory);
+    const OFString info = infoDirectoryPath(directory);
     const OFString record = recordPath(directory);
-    const bool made = makeInfoDirectory(infoDirectory);
+    const bool made = makeInfoDirectory(info);
     refuseUnreadRecord(directory);
     if (made || !recordRead) {
         DirectorySync(directory).sync(); // if a record exists, the path to it is durable
@@ -93,7 +94,7 @@ bool StoreState::save() {
         return false;
     }
     temporary.write(text);
-    DirectorySync names(infoDirectory); // must be open before the rename
+    DirectorySync names(info, std::move(infoDirectory)); // must be open before the rename
     temporary.moveTo(record);
     recordRead = true; // the record is now this object's own
     names.sync();

@@ -25,6 +25,8 @@
 #include <dcmtk/ofstd/oflist.h>
 #include <dcmtk/ofstd/ofstring.h>
 #include <dcmtk/ofstd/ofuoset.h>
+#include <dirent.h>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -179,10 +181,11 @@ private:
     void refuseUnreadRecord(const OFString& directory);
     void deleteLegacyList();
 
-    std::optional<bool> shared; ///< whether several hosts may share the study's file system, once it was asked
-    OFString legacyList;        ///< path of the list that convert() took in and the next save() deletes
-    bool loadBegun = false;     ///< load() was called ...
-    bool recordRead = false;    ///< ... and has taken in the whole record, or save() has replaced it
+    std::optional<bool> shared;         ///< whether several hosts may share the study's file system, once it was asked
+    OFString legacyList;                ///< path of the list that convert() took in and the next save() deletes
+    std::shared_ptr<DIR> infoDirectory; ///< if load() has listed it
+    bool loadBegun = false;             ///< load() was called ...
+    bool recordRead = false;            ///< ... and has taken in the whole record, or save() has replaced it
 };
 
 #endif

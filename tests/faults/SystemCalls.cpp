@@ -55,6 +55,13 @@ static std::string pathOf(int file) {
     return noting && openFiles.count(file) != 0 ? openFiles[file] : "";
 }
 
+/** The library remembers a shared file system by its device, which is another one than that of a local one. */
+static int lookOnDevice(const char* path, struct stat* status) {
+    const int result = fstatat(AT_FDCWD, path, status, 0);
+    status->st_dev += ofCluster;
+    return result;
+}
+
 // The plug-in, loaded at run time, calls these, too. The headers rename them for 64-bit file offsets and times.
 #define CALL(op, type, name, parameters, path, argument, work)                                                         \
     extern "C" STORESTATE_EXPORT type name parameters {                                                                \
@@ -71,11 +78,9 @@ CALL(FSYNC, int, fsync, (int file), pathOf(file), "", syscall(SYS_fsync, file))
 CALL(RENAME, int, rename, (const char* from, const char* to) noexcept, from, to, renameat(AT_FDCWD, from, AT_FDCWD, to))
 CALL(UNLINK, int, unlink, (const char* path) noexcept, path, "", unlinkat(AT_FDCWD, path, 0))
 CALL(MKDIR, int, mkdir, (const char* path, mode_t mode) noexcept, path, "", mkdirat(AT_FDCWD, path, mode))
-CALL(STAT, int, stat, (const char* path, struct stat* status) noexcept, path, "", fstatat(AT_FDCWD, path, status, 0))
+CALL(STAT, int, stat, (const char* path, struct stat* status) noexcept, path, "", lookOnDevice(path, status))
 CALL(LSTAT, int, lstat, (const char* path, struct stat* status) noexcept, path, "",
      fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW))
-CALL(FSTAT, int, fstat, (int file, struct stat* status) noexcept, pathOf(file), "",
-     fstatat(file, "", status, AT_EMPTY_PATH))
 CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, path, "",
      (system->f_type = ofCluster ? 0x65735546 : 0x01021994, 0))
 CALL(CLOSE, int, closedir, (DIR * directory), pathOf(dirfd(directory)), "",
@@ -99,7 +104,8 @@ extern "C" STORESTATE_EXPORT int statx(int directory, const char* path, int flag
                                        struct statx* status) {
     const auto look = [&](size_t) { return syscall(SYS_statx, directory, path, flags, mask, status); };
     const std::string refreshed = (flags & AT_STATX_FORCE_SYNC) != 0 ? "refreshed" : "";
-    return pass(STATX, "statx", (flags & AT_EMPTY_PATH) != 0 ? pathOf(directory) : path, refreshed, look);
+    const bool open = (flags & AT_EMPTY_PATH) != 0;
+    return pass(open ? FSTAT : STATX, "statx", open ? pathOf(directory) : path, refreshed, look);
 }
 extern "C" STORESTATE_EXPORT int nanosleep(const timespec* time, timespec*) {
     paused(static_cast<long>(time->tv_sec));

@@ -63,7 +63,7 @@ const struct Rule {
     {OPEN, LOCK, "IO Exception: [<number>] Creating semaphore failed: storestate_1.2.3 [<text>]"},
     {OPEN, RECORD | LIST, NOT_OPENED},
     {READ, RECORD | LIST, NOT_READ, EINTR},
-    {OPENDIR | READDIR | FSTAT | STATX, INFO | RECORD | LIST, NOT_READ}, // of a cluster
+    {OPENDIR | READDIR | FSTAT, INFO | RECORD | LIST, NOT_READ}, // of a cluster
     {MKDIR, STUDY, NOT_MADE, EEXIST},
     {OPEN, ROOT, NOT_MADE},
     {FSYNC, ROOT, NOT_MADE, EINVAL},
@@ -156,8 +156,10 @@ protected:
         if (!scenario.list.empty()) {
             start[list] = scenario.list;
         }
-        restore(start);
-        EXPECT_EQ(call({}, scenario.mode), "true");
+        for (int i = 0; i < 2; ++i) { // by the second call the library remembers a shared file system
+            restore(start);
+            EXPECT_EQ(call({}, scenario.mode), "true");
+        }
         plain = trace;
     }
 
@@ -360,16 +362,19 @@ TEST_F(Cluster, OldNamesCostNoChange) {
 }
 
 TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
-    Workplace::write(record, HEAD + TAIL);
-    EXPECT_EQ(modify({}, RECORD_MUST_EXIST), "true");
+    for (int i = 0; i < 2; ++i) { // by the second call the library remembers the shared file system
+        Workplace::write(record, HEAD + TAIL);
+        EXPECT_EQ(modify({}, RECORD_MUST_EXIST), "true");
+    }
     const std::vector<Call> plain = trace;
     int tried = 0;
+    bool locked = false;
     bool read = false;
     for (size_t at = 0; at < plain.size() && !read; ++at) {
         const Call& call = plain[at];
         const bool step = call.place == RECORD || (call.place == INFO && call.op != CLOSE);
         for (const int error : {ESTALE, ENOENT}) {
-            const bool absent = error == ENOENT && (call.op & (STATX | READ)) == 0;
+            const bool absent = error == ENOENT && (call.op & (FSTAT | READ)) == 0;
             if (!step || absent) {
                 continue;
             }
@@ -377,9 +382,10 @@ TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
             Workplace::write(record, HEAD + TAIL);
             EXPECT_EQ(modify({Plan::ONCE, at, error}, RECORD_MUST_EXIST), "true");
             EXPECT_EQ(Workplace::read(record), MODIFIED);
-            EXPECT_EQ(pauses, 1);
+            EXPECT_EQ(pauses, locked) << "before the lock, a listing confirms the record at once";
             ++tried;
         }
+        locked = locked || call.place == LOCK;
         read = call.op == READ && call.place == RECORD;
     }
     EXPECT_GT(tried, 10);
