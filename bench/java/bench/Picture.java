@@ -11,10 +11,11 @@ import java.util.Locale;
 final class Picture {
     private static final int LEFT = 270;
     private static final int UNIT = 100; // the length of 1×
-    private static final String STYLE = "text { font: 13px sans-serif; fill: #222 } .page { fill: #fff }"
-        + " .memory { fill: #1f77b4 } .disk { fill: #d9822b } .grid { stroke: #ccc } .one { stroke: #222 }"
-        + " @media (prefers-color-scheme: dark) { text { fill: #ddd } .page { fill: #111 } .memory { fill: #58a6e0 }"
-        + " .disk { fill: #eda04f } .grid { stroke: #444 } .one { stroke: #ddd } }";
+    private static final String STYLE = "text { font: 13px sans-serif; fill: #222; paint-order: stroke; stroke: #fff;"
+        + " stroke-width: 3px } .page { fill: #fff } .memory { fill: #1f77b4 } .disk { fill: #d9822b }"
+        + " .grid { stroke: #ccc } .one { stroke: #222 }"
+        + " @media (prefers-color-scheme: dark) { text { fill: #ddd; stroke: #111 } .page { fill: #111 }"
+        + " .memory { fill: #58a6e0 } .disk { fill: #eda04f } .grid { stroke: #444 } .one { stroke: #ddd } }";
 
     private final StringBuilder bars = new StringBuilder();
     private int y = 52;
@@ -35,17 +36,15 @@ final class Picture {
     private void row(String[] cells) {
         text(bars, 12, y + 24, cells[1]);
         bar("memory", cells[3]);
-        bar("disk", cells.length > 5 ? cells[5] : "");
+        bar("disk", cells[5]);
         y += 12;
     }
 
     private void bar(String style, String multiple) {
-        if (!multiple.isEmpty()) {
-            double length = UNIT * Double.parseDouble(multiple);
-            highest = Math.max(highest, Double.parseDouble(multiple));
-            add(bars, "<rect x=\"%d\" y=\"%d\" width=\"%.0f\" height=\"16\" class=\"%s\"/>", LEFT, y, length, style);
-            text(bars, LEFT + (int) length + 6, y + 13, multiple);
-        }
+        double length = UNIT * Double.parseDouble(multiple);
+        highest = Math.max(highest, Double.parseDouble(multiple));
+        add(bars, "<rect x=\"%d\" y=\"%d\" width=\"%.0f\" height=\"16\" class=\"%s\"/>", LEFT, y, length, style);
+        text(bars, LEFT + (int) length + 6, y + 13, multiple);
         y += 18;
     }
 
