@@ -56,15 +56,15 @@ void setStudyOwner(StoreState& state, const OFString& value) {
 }
 
 using TextMember = OFString StoreState::*;
-using MarkingMember = bool StoreState::*;
+using FlagMember = bool StoreState::*;
 
 template <TextMember FIELD>
 void setText(StoreState& state, const OFString& value) {
     state.*FIELD = value;
 }
 
-template <MarkingMember FIELD>
-void setMarking(StoreState& state, const OFString& value) {
+template <FlagMember FIELD>
+void setFlag(StoreState& state, const OFString& value) {
     state.*FIELD = isYes(value);
 }
 
@@ -78,7 +78,7 @@ void setAutoForwardDevices(StoreState& state, const OFString& value) {
 
 constexpr char DEVICE_LINES[] = "StudyOwner OwnerDevice StagedDevices ForwardDevices";
 constexpr char OWNER_AND_STAGED[] = "StudyOwner OwnerDevice StagedDevices";
-constexpr char YES[] = "\"yes\" sets the marking, anything else clears it";
+constexpr char YES[] = "\"yes\" sets the flag, anything else clears it";
 
 constexpr ModifyOption OPTIONS[] = {
     {"--processmode", "-p", "processing mode, one word", "ProcessMode", false, setText<&StoreState::processMode>},
@@ -97,9 +97,9 @@ constexpr ModifyOption OPTIONS[] = {
     {"--fwddevice", "-w", "device that the study is to be forwarded to", "ForwardDevices", false, addForwardDevice},
     {"--derived", "-d", "free text", "Derived", false, setText<&StoreState::derived>},
     {"--sourcestudy", "-y", "free text", "SourceStudy", false, setText<&StoreState::sourceStudy>},
-    {"--dontedit", "-U", YES, "DontEdit", true, setMarking<&StoreState::dontEdit>},
-    {"--dontdelete", "-D", YES, "DontDelete", true, setMarking<&StoreState::dontDelete>},
-    {"--retrieved", "-R", YES, "Retrieved", true, setMarking<&StoreState::retrieved>},
+    {"--dontedit", "-U", YES, "DontEdit", true, setFlag<&StoreState::dontEdit>},
+    {"--dontdelete", "-D", YES, "DontDelete", true, setFlag<&StoreState::dontDelete>},
+    {"--retrieved", "-R", YES, "Retrieved", true, setFlag<&StoreState::retrieved>},
     {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", "StudyOwner OwnerDevice",
      true, setStudyOwner},
     {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's",

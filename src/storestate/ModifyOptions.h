@@ -23,7 +23,7 @@ struct ModifyOption {
     const char* shortName;
     const char* meaning; ///< of the value, for people
     const char* keys;    ///< of the record lines that it may change, separated by blanks
-    bool isMarking;      ///< the value "yes" sets a marking, any other clears it
+    bool isFlag;         ///< the value "yes" sets a flag, any other clears it
     void (*apply)(StoreState& state, const OFString& value);
 };
 

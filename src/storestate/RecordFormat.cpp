@@ -80,7 +80,7 @@ struct Text {
     RecordProperty::Value shown(const StoreState& state) const { return &(state.*member); }
 };
 
-struct Marking {
+struct Flag {
     bool StoreState::*member;
 
     void write(std::string& out, std::string_view key, const StoreState& state) const {
@@ -142,7 +142,7 @@ const OFString* DeviceList::lost(const StoreState& written, const StoreState& re
     return nullptr;
 }
 
-using Field = std::variant<Number, Text, Marking, DeviceList>;
+using Field = std::variant<Number, Text, Flag, DeviceList>;
 
 /** One kind of line. A pattern that ends with a quote takes a value up to a quote, others take one up to a blank. */
 struct Property {
@@ -168,10 +168,10 @@ constexpr Property PROPERTIES[] = {
     {R"(ArchiveDevice="%255s)", WORD, Text{&StoreState::archiveDevice}},
     {R"(Derived="%255[^"]")", FREE_TEXT, Text{&StoreState::derived}},
     {R"(SourceStudy="%255[^"]")", FREE_TEXT, Text{&StoreState::sourceStudy}},
-    {R"(StudyOwner="%63s)", nullptr, Marking{&StoreState::studyOwner}},
-    {R"(Retrieved="%63s)", nullptr, Marking{&StoreState::retrieved}},
-    {R"(DontEdit="%63s)", nullptr, Marking{&StoreState::dontEdit}},
-    {R"(DontDelete="%63s)", nullptr, Marking{&StoreState::dontDelete}},
+    {R"(StudyOwner="%63s)", nullptr, Flag{&StoreState::studyOwner}},
+    {R"(Retrieved="%63s)", nullptr, Flag{&StoreState::retrieved}},
+    {R"(DontEdit="%63s)", nullptr, Flag{&StoreState::dontEdit}},
+    {R"(DontDelete="%63s)", nullptr, Flag{&StoreState::dontDelete}},
     {R"(StagedDevices="%255[^"]")", DEVICES, DeviceList{&StoreState::stagedDevices}},
     {R"(ForwardDevices="%255[^"]")", DEVICES, DeviceList{&StoreState::forwardDevices}},
 };

@@ -90,16 +90,16 @@ TEST(ValueRule, IsTrueForEachOption) {
     std::set<std::string> explained;
     for (const ModifyOption& option : modifyOptions()) {
         SCOPED_TRACE(option.longName);
-        if (option.isMarking || storeNoValue.count(option.longName) > 0) {
+        if (option.isFlag || storeNoValue.count(option.longName) > 0) {
             EXPECT_EQ(refusal(option, "a\"\nb"), "");
         } else {
             explained.insert(requireTrueRule(option));
         }
     }
     for (const storestate::RecordProperty& property : recordProperties(StoreState("-", "."))) {
-        const bool isNumberOrMarking =
+        const bool isNumberOrFlag =
             std::holds_alternative<int32_t>(property.value) || std::holds_alternative<bool>(property.value);
-        EXPECT_EQ(explained.count(std::string(property.key)), isNumberOrMarking ? 0 : 1) << property.key;
+        EXPECT_EQ(explained.count(std::string(property.key)), isNumberOrFlag ? 0 : 1) << property.key;
     }
 }
 

@@ -10,12 +10,12 @@
 namespace storestate {
 namespace {
 
-/** A value such as "YES" clears the marking that somebody wanted to set. */
-void pointOutMarkings(const ModifyRequest& request) {
+/** A value such as "YES" clears the flag that somebody wanted to set. */
+void warnOfClearedFlags(const ModifyRequest& request) {
     for (const OptionPair& pair : request.options) {
-        if (findModifyOption(pair.name)->isMarking && pair.value != "yes" && pair.value != "no") {
+        if (findModifyOption(pair.name)->isFlag && pair.value != "yes" && pair.value != "no") {
             remark(request.study, std::string(pair.name.c_str()) + R"( ")" + pair.value.c_str() +
-                                      R"(" clears the marking: only "yes" sets it.)");
+                                      R"(" clears the flag: only "yes" sets it.)");
         }
     }
 }
@@ -93,7 +93,7 @@ int modify(const ModifyRequest& request) {
 } // namespace
 
 int changeRecord(const ModifyRequest& request) {
-    pointOutMarkings(request);
+    warnOfClearedFlags(request);
     return guarded(request.study, [&] { return modify(request); });
 }
 

@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr size_t KEY_WIDTH = 16;
 
-/** One overload for each kind of property; numbers and markings are as in JSON. */
+/** One overload for each kind of property; numbers and flags are as in JSON. */
 template <class Value>
 Json toJson(Value value) {
     return value;

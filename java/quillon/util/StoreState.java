@@ -82,9 +82,9 @@ public final class StoreState {
      * <tr><td>--fwddevice</td><td>-w</td><td>device that the study is to be forwarded to</td></tr>
      * <tr><td>--derived</td><td>-d</td><td>free text</td></tr>
      * <tr><td>--sourcestudy</td><td>-y</td><td>free text</td></tr>
-     * <tr><td>--dontedit</td><td>-U</td><td>"yes" sets the marking, anything else clears it</td></tr>
-     * <tr><td>--dontdelete</td><td>-D</td><td>"yes" sets the marking, anything else clears it</td></tr>
-     * <tr><td>--retrieved</td><td>-R</td><td>"yes" sets the marking, anything else clears it</td></tr>
+     * <tr><td>--dontedit</td><td>-U</td><td>"yes" sets the flag, anything else clears it</td></tr>
+     * <tr><td>--dontdelete</td><td>-D</td><td>"yes" sets the flag, anything else clears it</td></tr>
+     * <tr><td>--retrieved</td><td>-R</td><td>"yes" sets the flag, anything else clears it</td></tr>
      * <tr><td>--owner</td><td>-O</td><td>"yes": owned locally, without an owner device; anything else: not</td></tr>
      * <tr><td>--autodevice</td><td>-b</td><td>auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's</td></tr>
      * </table>
