@@ -7,7 +7,7 @@ import java.util.List;
 import java.util.Map;
 import quillon.util.StoreState;
 
-/** Uses each native method on real files, shows what it did, and fails when a result is not the expected one. */
+/** Uses each native method on real files, shows what it did, and fails if a result is unexpected. */
 public final class Demo {
     private static String study;
     private static Map<String, String> before;
@@ -79,7 +79,7 @@ public final class Demo {
         return check(StoreState.modify(study, StoreState.MUST_EXIST, options, true), "modify failed");
     }
 
-    /** Modifies the study, which fails exactly if there is a reason for it. */
+    /** Modifies the study. {@code reason}: why this must fail; empty if it must succeed. */
     private static void modify(int mode, String reason, String... options) {
         String name = mode == StoreState.MUST_EXIST ? "MUST_EXIST " : "MUST_NOT_EXIST ";
         called("modify " + name + String.join(" ", options), StoreState.modify(study, mode, options, false), reason);

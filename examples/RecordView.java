@@ -5,14 +5,14 @@ import java.nio.file.Paths;
 import java.util.Map;
 import java.util.TreeMap;
 
-/** Looks at a study's files from outside and shows them in words. */
+/** Reads a study's files without the library and shows them in words. */
 final class RecordView {
     private static final String[] WORDS = {"Version", "record version", "OwnerDevice", "owned by",
         "ProcessMode", "processing mode", "StageState", "staging state", "Folder", "filed in folder",
         "SourceDevice", "came from", "ArchiveDevice", "archived on", "StagedDevices", "staged on",
         "ForwardDevices", "to be forwarded to", "fwds", "separate forward list", "DontDelete", "must not be deleted"};
 
-    /** What the record says now, by key, and as "fwds" the list beside it; empty when there is nothing. */
+    /** The record's current values by key, and as "fwds" the separate forward list; empty without a record. */
     static Map<String, String> read(String study) throws IOException {
         Path info = Paths.get(System.getenv("REPOSITORY_DICOM_DATA"), study, ".info");
         Map<String, String> values = new TreeMap<>();
@@ -28,7 +28,7 @@ final class RecordView {
         return values;
     }
 
-    /** Prints both states side by side; what is new, changed or gone has a sign and a colour. */
+    /** Prints both states side by side; what is new, changed or missing has a sign and a colour. */
     static void print(Map<String, String> before, Map<String, String> after) {
         String heading = before.isEmpty() ? "before (no record)" : "before";
         System.out.println(paint("1", String.format("%n     %-23s%-23s%s", "", heading, "after")));
@@ -46,7 +46,7 @@ final class RecordView {
         System.out.println();
     }
 
-    /** The text in a colour of the terminal, if colours are wanted. */
+    /** The text with the terminal's codes for a colour, if colours are enabled. */
     static String paint(String colour, String text) {
         return Boolean.getBoolean("demo.colours") ? "\033[" + colour + "m" + text + "\033[0m" : text;
     }

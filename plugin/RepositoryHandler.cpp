@@ -2,8 +2,8 @@
  * The repository plug-in for a plain directory tree: each study has a directory of its name in the repository root.
  *
  * It exports the two operations that the store-state records need. Both return a path that the caller frees with
- * delete[], or null. They keep no state, and any thread may call them. No identifier reaches outside the root,
- * which must be readable: the names in it are synced.
+ * delete[], or null. They keep no state, and any thread may call them. No identifier leads out of the root, which must
+ * be readable because it is synced.
  */
 #include "repository/RepositoryHandler.h"
 
@@ -20,13 +20,13 @@ namespace {
 constexpr mode_t STUDY_DIRECTORY_MODE = 0775;
 constexpr char INFORMATION[] = "/.info";
 
-/** Whether a study may be called so: one plain name, which is not a way out of the root. */
+/** Whether this can be a study's name: a single path component that does not lead out of the root. */
 bool isStudyName(const char* name) {
     return name != nullptr && *name != '\0' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0 &&
            strchr(name, '/') == nullptr;
 }
 
-/** The study's path; null for a name that no study may have, and when memory is short. */
+/** The study's path; null for a name that no study may have, and if memory runs out. */
 std::unique_ptr<char[]> studyPath(const char* repository, const char* study) {
     if (repository == nullptr || *repository == '\0' || !isStudyName(study)) {
         return nullptr;
@@ -54,7 +54,7 @@ void refresh(const char* repository) {
     statx(AT_FDCWD, repository, AT_STATX_FORCE_SYNC, STATX_BASIC_STATS, &status);
 }
 
-/** Whether the study has the information directory that a record lies in. */
+/** Whether the study has the information directory, which holds its record. */
 bool hasInformation(const char* study) {
     const size_t length = strlen(study);
     const std::unique_ptr<char[]> path(new (std::nothrow_t{}) char[length + sizeof INFORMATION]);
@@ -66,7 +66,7 @@ bool hasInformation(const char* study) {
     return isDirectory(path.get());
 }
 
-/** Makes the names in a directory survive a power cut; a file system that cannot do that is no failure. */
+/** Makes the names in a directory survive a power cut. A file system that cannot sync directories is not a failure. */
 bool syncDirectory(const char* path) {
     const int directory = open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) {
@@ -79,7 +79,7 @@ bool syncDirectory(const char* path) {
 
 } // namespace
 
-/** The study's directory; null when there is none. */
+/** The study's directory; null if it does not exist. */
 char* getLocation_(const char* repository, const char* fileName, void* /*opaque*/) {
     std::unique_ptr<char[]> path = studyPath(repository, fileName);
     if (path == nullptr) {
@@ -93,14 +93,14 @@ char* getLocation_(const char* repository, const char* fileName, void* /*opaque*
     return found ? path.release() : nullptr;
 }
 
-/** The study's directory, made if it is not there; null when that fails. The root itself is never made. */
+/** The study's directory, created if needed; null on failure. Never creates the root itself. */
 char* createDirectory_(const char* repository, const char* subDir, void* /*opaque*/, bool /*flag*/) {
     std::unique_ptr<char[]> path = studyPath(repository, subDir);
     if (path == nullptr || hasInformation(path.get())) {
         return path.release();
     }
     const bool made = mkdir(path.get(), STUDY_DIRECTORY_MODE) == 0 || errno == EEXIST;
-    // Also for a directory that is there: whoever made it may have died before the sync.
+    // Sync the root even if the directory exists: its creator may have died before the sync.
     const bool usable = made && isDirectory(path.get()) && syncDirectory(repository);
     return usable ? path.release() : nullptr;
 }

@@ -1,10 +1,9 @@
 /**
- * A repository plug-in for studies that are spread over sub-directories: the study 1.2.840.47 lies in
- * <root>/47/1.2.840.47, under the last two characters of its identifier, so that no directory holds more than a
- * hundredth of the archive.
+ * A repository plug-in that spreads the studies over subdirectories: the study 1.2.840.47 lies in <root>/47/1.2.840.47,
+ * under the last two characters of its identifier, so that each subdirectory holds about a hundredth of the archive.
  *
- * It keeps nothing in memory and may be called by several threads at once. A root that is not there, such as a file
- * system that is not mounted, is reported as a QXException, whose text goes to the system log.
+ * It keeps nothing in memory and may be called by several threads at once. A missing root is reported as a QXException,
+ * whose text goes to the system log.
  */
 #include "repository/RepositoryHandler.h"
 #include "support/QXException.h"
@@ -36,7 +35,7 @@ std::string parentOf(const std::string& root, const std::string& study) {
     return usable ? root + "/" + study.substr(study.size() - 2) : "";
 }
 
-/** Makes a directory, and its name in `parent` durable; one that is there already is fine. */
+/** Creates a directory if needed and makes its name in `parent` durable. */
 void provide(const std::string& path, const std::string& parent) {
     const bool made = mkdir(path.c_str(), 0775) == 0;
     if (!made && errno != EEXIST) {
@@ -52,7 +51,7 @@ void provide(const std::string& path, const std::string& parent) {
     close(directory);
 }
 
-/** The receiver frees it with delete[]. */
+/** The caller frees it with delete[]. */
 char* copyOf(const std::string& text) {
     return strcpy(new char[text.size() + 1], text.c_str());
 }

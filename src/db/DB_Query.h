@@ -73,7 +73,7 @@ public:
 
     /**
      * Number of rows that the last statement changed; -1 if the statement failed. Before init() -1 with an `errorText`;
-     * after an init() that failed, the client library's answer, 0 as a rule.
+     * after a failed init() what the client library returns, usually 0.
      */
     int32_t affectedRows();
 

@@ -1,4 +1,4 @@
-/** An owned, NUL-terminated text, allocated without spare room. It belongs to one thread at a time. */
+/** An owned, NUL-terminated text. It belongs to one thread at a time. */
 #ifndef DB_STRINGBUFFER_H
 #define DB_STRINGBUFFER_H
 

@@ -6,8 +6,8 @@
 namespace storestate {
 
 /**
- * The modified UTF-8 characters of a Java string. The destructor releases them at the latest. `text()` is null for a
- * null string and for characters that the virtual machine cannot provide; no Java exception is left pending.
+ * The modified UTF-8 characters of a Java string. The destructor releases them unless release() has. `text()` is null
+ * for a null string and if the virtual machine cannot provide the characters; no Java exception is left pending.
  */
 class JavaString {
 public:

@@ -31,7 +31,7 @@ jboolean withRecord(JNIEnv* env, jstring studyId, Work work) noexcept {
         } catch (...) {
             result = false; // the cause is not reported to Java
         }
-        id.release(); // before the record's destructor, which may give back a lock
+        id.release(); // before the record's destructor, which may release a lock
         return result ? JNI_TRUE : JNI_FALSE;
     } catch (...) {
         return JNI_FALSE;

@@ -21,8 +21,8 @@ using storestate::facadeLogger;
 namespace {
 
 /**
- * What all functions below do after their trace line: passes the entry point's address to `call`. No destructor unloads
- * the plug-in, because an exception that passes through may need its code.
+ * Loads the plug-in, passes the entry point's address to `call` and unloads the plug-in. No destructor unloads it,
+ * because an exception that passes through may need its code.
  */
 template <class Call>
 void withEntryPoint(const char* symbol, Call call) {

@@ -11,7 +11,7 @@
 namespace storestate {
 namespace {
 
-constexpr size_t QUERY_BUFFER = 256; ///< of the query's text, its terminator included
+constexpr size_t QUERY_BUFFER = 256; ///< bytes, terminator included
 
 void query(DB_Query& session) {
     if (session.init() == 0) {

@@ -25,7 +25,7 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    /** Creates the file in place of whatever has its name, a directory excepted. False: that failed, with errno. */
+    /** Creates the file. Deletes what has its name, unless that is a directory. False: it failed, with errno. */
     bool open();
 
     /** Writes all of `text`, syncs and closes. QXIOException with errno: "Writing file failed: ...". */
@@ -42,7 +42,9 @@ private:
     bool exists = false; ///< under its temporary name
 };
 
-/** Makes the names in a directory durable, in two steps: a directory that cannot be opened is noticed before a change.
+/**
+ * Makes the names in a directory durable. It takes two steps so that a directory that cannot be opened is noticed
+ * before anything changes.
  */
 class DirectorySync {
 public:

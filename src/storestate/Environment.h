@@ -6,7 +6,7 @@
 
 namespace storestate {
 
-/** The variable's value; the empty text when it is not set. */
+/** The variable's value; empty if it is not set. */
 inline const char* environmentValue(const char* variable) {
     const char* value = getenv(variable);
     return value != nullptr ? value : "";
@@ -23,7 +23,7 @@ inline constexpr EnvironmentVariable ENVIRONMENT[] = {
     {"LOCK_VAR", "directory of the lock files, the same for all processes"},
     {"DBNAME", "database with the auto-forward devices"},
     {"ARQ_USER", "database user"},
-    {"MYSQL_UNIX_PORT", "socket of the database server; goes before host and port"},
+    {"MYSQL_UNIX_PORT", "socket of the database server; takes precedence over host and port"},
     {"MYSQL_HOST", "host of the database server"},
     {"MYSQL_TCP_PORT", "port of the database server"},
     {"TARGETTBL", "table of the devices (columns ID, TYPE)"},

@@ -6,8 +6,8 @@
 
 namespace storestate {
 
-// The code in this folder clears errno before each system call whose failure it reports. After a failed operation errno
-// is therefore the error of that operation, or 0, never one from before.
+// The code in this folder clears errno before each system call whose failure it reports. After a failure errno is
+// therefore the error of that call or 0, never an older error.
 
 constexpr char READING_FAILED[] = "Reading file failed: ";
 

@@ -16,7 +16,7 @@ namespace {
 
 constexpr mode_t INFO_DIRECTORY_MODE = 0775;
 
-/** True: this call has made it; false: it is there already. */
+/** True: this call created it. False: it existed. */
 bool makeInfoDirectory(const OFString& path) {
     errno = 0;
     const bool made = mkdir(path.c_str(), INFO_DIRECTORY_MODE) == 0;
@@ -94,18 +94,18 @@ bool StoreState::save() {
         return false;
     }
     temporary.write(text);
-    DirectorySync names(info, std::move(infoDirectory)); // must be open before the rename
+    DirectorySync infoSync(info, std::move(infoDirectory)); // must be open before the rename
     temporary.moveTo(record);
     recordRead = true; // the record is now this object's own
-    names.sync();
+    infoSync.sync();
     deleteLegacyList();
     release();
     return true;
 }
 
 /**
- * A load() that did not get to the record, perhaps for a moment only, must not cost the record. A directory in its
- * place is none: the rename will say so.
+ * If load() could not read an existing record, even for a moment, save() must not overwrite it. A directory of that
+ * name is not a record: the rename will fail.
  */
 void StoreState::refuseUnreadRecord(const OFString& directory) {
     if (loadBegun && !recordRead && nameIsTaken(recordPath(directory), isShared(directory))) {

@@ -133,7 +133,7 @@ bool loadForModify(StoreState& state, int32_t existenceMode) {
         return false; // without waiting for the lock
     }
     const bool loaded = state.load();
-    return !conditional || loaded == wanted; // the record may have come or gone meanwhile
+    return !conditional || loaded == wanted; // it may have been created or removed meanwhile
 }
 
 OptionPairs pairsOf(const std::vector<OptionPair>& list) {

@@ -23,19 +23,19 @@ struct ModifyOption {
     const char* shortName;
     const char* meaning; ///< of the value, for people
     const char* keys;    ///< of the record lines that it may change, separated by blanks
-    bool isFlag;         ///< the value "yes" sets a flag, any other clears it
+    bool isFlag;         ///< the value "yes" sets it, any other clears it
     void (*apply)(StoreState& state, const OFString& value);
 };
 
 /** All options, in the order of the documentation. */
 std::vector<ModifyOption> modifyOptions();
 
-/** The option of exactly this name, long or short; null when there is none. */
+/** The option with exactly this long or short name; null if there is none. */
 const ModifyOption* findModifyOption(const OFString& name);
 
 /**
  * Applies one pair to the record, in memory. An unknown name changes nothing. The value is not checked:
- * StoreState::save() refuses what no record can carry. Throws only what StoreState::setAutoForwardDevice() throws.
+ * StoreState::save() refuses values that cannot be stored. Throws only what StoreState::setAutoForwardDevice() throws.
  */
 void applyModifyOption(StoreState& state, const OFString& name, const OFString& value);
 
@@ -61,19 +61,19 @@ enum class ModifyResult {
 };
 
 /**
- * Loads the record under the condition. False: the condition does not hold (the study's lock may have been taken by
- * then; destroying the record gives it back). Throws what StoreState::exists() and StoreState::load() throw.
+ * Loads the record under the condition. False: the condition does not hold. The study's lock may have been taken by
+ * then; destroying the record releases it. Throws what StoreState::exists() and StoreState::load() throw.
  */
 bool loadForModify(StoreState& state, int32_t existenceMode);
 
 /**
- * Loads the record under the condition and applies the pairs in their order, in memory. The study's lock is taken, or
- * `state.semaphore` holds it already, or with `useLock` cleared it is the caller's business; it stays held. Throws what
- * loadForModify() and applyModifyOption() throw.
+ * Loads the record under the condition and applies the pairs in their order, in memory. Takes the study's lock, unless
+ * `state.semaphore` holds it already or `useLock` is cleared, and keeps it. Throws what loadForModify() and
+ * applyModifyOption() throw.
  */
 ModifyResult applyModification(StoreState& state, int32_t existenceMode, const OptionPairs& pairs);
 
-/** A whole modification: applyModification(), then StoreState::save(), which gives the lock back. Throws as these. */
+/** A whole modification: applyModification(), then StoreState::save(), which releases the lock. Throws what they do. */
 ModifyResult modifyRecord(StoreState& state, int32_t existenceMode, const OptionPairs& pairs);
 
 #endif

@@ -12,9 +12,9 @@
 namespace storestate {
 namespace {
 
-constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns take
+constexpr size_t VALUE_LIMIT = 255; ///< longest value that the patterns accept
 
-// What the patterns take, for people.
+// What the patterns accept, for messages.
 constexpr char WORD[] = "one word of at most 255 characters, without blanks";
 constexpr char FREE_TEXT[] = "at most 255 characters, no double quotes and no line breaks";
 constexpr char FOLDER[] =
@@ -49,8 +49,8 @@ int32_t leadingNumber(const char* text) {
     return static_cast<int32_t>(std::clamp<long long>(strtoll(text, nullptr, 10), Limits::min(), Limits::max()));
 }
 
-// The kinds of property. Each writes its lines, takes a value that was read, tells which value did not come back (null:
-// none), and shows its value to others.
+// The kinds of property. Each writes its lines, takes over a value that was read, names the value that was not read
+// back as it was written (null: none), and returns its value.
 
 struct Number {
     int32_t StoreState::*member;
@@ -144,7 +144,7 @@ const OFString* DeviceList::lost(const StoreState& written, const StoreState& re
 
 using Field = std::variant<Number, Text, Flag, DeviceList>;
 
-/** One kind of line. A pattern that ends with a quote takes a value up to a quote, others take one up to a blank. */
+/** One kind of line. A pattern that ends with a quote reads a value up to a quote, other patterns up to a blank. */
 struct Property {
     constexpr Property(const char* scanPattern, const char* valueRule, Field member)
         : pattern(scanPattern), keyLength(std::string_view(scanPattern).find('=')), rule(valueRule), field(member) {}
@@ -153,7 +153,7 @@ struct Property {
 
     const char* pattern; ///< begins with the key, an equals sign and the opening quote
     size_t keyLength;
-    const char* rule; ///< what the pattern takes, for people; null: every value that the field can have
+    const char* rule; ///< what the pattern accepts, for messages; null: every value that the field can have
     Field field;
 };
 
@@ -183,7 +183,7 @@ const Property* findProperty(const char* line) {
     return found != std::end(PROPERTIES) ? found : nullptr;
 }
 
-/** Removes the line end from a value whose closing quote is missing. False: nothing else was in it. */
+/** Removes the line end from a value whose closing quote is missing. False: the value is then empty. */
 bool trimUnclosedValue(const char* line, const Property& property, ValueBuffer& value) {
     size_t length = strlen(value);
     const bool upToQuote = property.pattern[strlen(property.pattern) - 1] == '"';
@@ -224,8 +224,8 @@ LineKind RecordReader::readLine(std::string_view line) {
         return LineKind::INVALID;
     }
     ValueBuffer value;
-    const size_t scanned = property->keyLength; // the key has been compared already
-    if (state.readProperty(text + scanned, property->pattern + scanned, value) &&
+    const size_t compared = property->keyLength; // scanf need not compare the key again
+    if (state.readProperty(text + compared, property->pattern + compared, value) &&
         trimUnclosedValue(text, *property, value)) {
         std::visit([&](const auto& field) { field.take(state, value, fillers); }, property->field);
     }

@@ -18,7 +18,7 @@
 
 namespace storestate {
 
-enum class LineKind { BLANK, KNOWN, INVALID }; ///< blank or a comment, with a record's key, without one
+enum class LineKind { BLANK, KNOWN, INVALID }; ///< blank or comment; with a known key; all others
 
 /** Reads the lines of a record into a StoreState, in any order. A property without a line keeps its value. */
 class RecordReader {
@@ -52,17 +52,17 @@ std::vector<RecordProperty> recordProperties(const StoreState& state);
 /** The lines of the record, each with its line end. A device list that is too long for one line takes several. */
 std::string formatRecord(const StoreState& state);
 
-/** A value that no record can carry. */
+/** A value that cannot be stored in a record. */
 struct Unstorable {
     std::string_view key;
     const OFString* value; ///< belongs to the record
-    const char* rule;      ///< what the key takes, for people
+    const char* rule;      ///< which values the key accepts, for messages
 };
 
-/** The first value that the reader would not get back from `text`, which is what formatRecord() made of the record. */
+/** The first value that would be read differently from `text`, the result of formatRecord() for this record. */
 std::optional<Unstorable> findUnstorable(const StoreState& state, const std::string& text);
 
-/** Throws QXException, naming the study, the key and the value, when there is such a value. */
+/** Throws QXException, naming the study, the key and the value, if there is such a value. */
 void requireReadable(const StoreState& state, const std::string& text);
 
 } // namespace storestate

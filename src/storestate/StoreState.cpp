@@ -12,12 +12,12 @@
 
 namespace {
 
-/** The repository root as the environment names it now. */
+/** The current value: it may have changed since construction. */
 const char* repositoryRoot() {
     return storestate::environmentValue("REPOSITORY_DICOM_DATA");
 }
 
-/** Takes over a path that the facade returned; false when it returned none. */
+/** Takes over a path that the facade returned; false if it returned null. */
 bool takePath(char* returned, OFString& path) {
     const std::unique_ptr<char[]> owned(returned);
     if (owned == nullptr) {

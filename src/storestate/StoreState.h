@@ -5,11 +5,11 @@
  * One object serves one call on one study: construct, optionally exists(), load() once, change fields, save() once (or
  * release()), destroy. It belongs to one thread. Between load() and save() the study's lock is held, so whole
  * read-modify-write cycles exclude one another, in all processes that share the lock directory; with `useLock` cleared
- * the caller holds the lock itself. Whatever happens in between, destroying the object gives back a lock it holds.
+ * the caller holds the lock itself. Destroying the object releases a lock that it still holds.
  *
- * The record is a text file in the study's directory, which the repository plug-in names. It is replaced whole or not
- * at all: readers find the old record or the new one. When save() has returned true, the new record survives a power
- * cut.
+ * The record is a text file in the study's directory, which the repository plug-in names. It is replaced completely or
+ * not at all: readers find the old record or the new one. When save() has returned true, the new record survives a
+ * power cut.
  *
  * Environment: REPOSITORY_DICOM_DATA (repository root), TARGETTBL and DEVSERVTBL (tables of the auto-forward devices),
  * and what QXSemaphore, DB_Query and the repository facade read.
@@ -46,14 +46,13 @@ public:
     StoreState(const StoreState&) = delete;
     StoreState& operator=(const StoreState&) = delete;
 
-    /** Gives back the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
+    /** Releases the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
     ~StoreState();
 
-    // Down to save() in LoadSave.cpp: load(), readStored() and save() itself. The others so far, and release(), are in
-    // StoreState.cpp.
+    // StoreState.cpp; load(), readStored(), textToSave() and save() are in LoadSave.cpp
 
-    // exists(), remove(), load() and save() throw QXException, "Missing environment: REPOSITORY_DICOM_DATA", when that
-    // was unset or empty at construction, before they touch anything.
+    // exists(), remove(), load(), readStored() and save() first throw QXException, "Missing environment:
+    // REPOSITORY_DICOM_DATA", if that variable was unset or empty at construction.
 
     /**
      * Whether the study has a record file. False also for a study that the repository does not know. Where several
@@ -62,77 +61,76 @@ public:
      */
     bool exists();
 
-    /** Deletes the record file; false when there is none, or when it cannot be deleted. */
+    /** Deletes the record file. False: there is none, or it cannot be deleted. */
     bool remove();
 
     static constexpr int LOCK_SECONDS = 20; ///< how long load() waits for the study's lock
 
     /**
      * Takes the study's lock unless `semaphore` holds it already, reads the record, and converts one of the earlier
-     * generation. True: read. False: the study has no directory or no record; no field has changed. The lock stays
-     * held either way.
+     * generation. True: read. False: the study has no directory or no record; no field has changed. The lock stays held
+     * either way.
      *
-     * QXTimeoutException: another held the lock for LOCK_SECONDS. QXIOException with errno: the lock file cannot be
-     * created, or a file cannot be opened or read; ESTALE: several hosts share the file system, and which file is the
-     * record could not be confirmed. Besides, what convert() throws. After an exception the caller must not save.
+     * QXTimeoutException: the lock was not free for LOCK_SECONDS. QXIOException with errno: the lock file cannot be
+     * created, or a file cannot be opened or read; ESTALE: several hosts share the file system, and it could not be
+     * confirmed which file is the record. Also throws what convert() throws. After an exception the caller must not
+     * save.
      */
     bool load();
 
     /**
-     * Reads the record as it is stored, without lock and without conversion: to look at, not to save. `path` becomes
-     * the record file's path. False: the study has no directory (`path` is then empty) or no record. QXIOException with
+     * Reads the record as it is stored, without lock and without conversion, for display only. `path` becomes the
+     * record file's path. False: the study has no directory (`path` is then empty) or no record. QXIOException with
      * errno: the file cannot be opened or read.
      */
     bool readStored(OFString& path);
 
     /**
      * The text that save() writes. A record without a version first takes over the auto-forward devices and gets
-     * version 1. Writes nothing. QXException: a value that no record can carry (the message names key and study); what
-     * addAutoForwardDevices() throws. load() takes two such values: a name of a legacy list and an auto-forward device.
+     * version 1. Writes nothing. QXException: a value cannot be stored (the message names key and study; even a loaded
+     * record can have one, from the legacy list or the database); what addAutoForwardDevices() throws.
      */
     std::string textToSave();
 
     /**
-     * Replaces the record file by textToSave() and gives the study's lock back. The study's directory is made where
-     * needed.
+     * Replaces the record file by textToSave() and releases the study's lock. Creates the study's directory if needed.
      *
-     * True: the new record is in place and survives a power cut; a legacy list that it took in is deleted. False: the
-     * temporary file could not be created; nothing was written, and the lock is still held.
+     * True: the new record is in place and survives a power cut; a legacy list whose names it contains is deleted.
+     * False: the temporary file could not be created; nothing was written, and the lock is still held.
      *
-     * Each exception leaves the old record as it was and the lock held, unless noted:
-     * QXException: what textToSave() throws; a record that is there although load() did not read it; a directory that
-     * cannot be made; a rename that failed. QXIOException with errno: writing failed. If the message names the
-     * information directory, either that cannot be opened, which leaves the old record as always, or it could not be
-     * synced: the new record is then in place but may not survive a power cut. Besides, what QXSemaphore::unlock()
-     * throws after the record was replaced.
+     * Each exception leaves the old record unchanged and the lock held, unless noted. QXException: what textToSave()
+     * throws; a record exists although load() did not read it; a directory cannot be created; the rename failed.
+     * QXIOException with errno: writing failed. If the message names the information directory, it could not be opened,
+     * or it could not be synced: then the new record is in place but may not survive a power cut. Also throws what
+     * QXSemaphore::unlock() throws, with the new record in place.
      */
     bool save();
 
-    /** Gives the study's lock back without saving. Throws as QXSemaphore::unlock(). */
+    /** Releases the study's lock without saving. Throws what QXSemaphore::unlock() throws. */
     void release();
 
     // Conversion.cpp
 
     /**
-     * Brings a record without version up to version 1: default archive device, auto-forward devices, and the names of
-     * the study's legacy forward list. In memory only; the list is deleted by the save() that wrote its names.
-     * Does nothing when `version` is not 0.
+     * Converts a record without version to version 1: adds the default archive device, the auto-forward devices, and
+     * the names of the study's legacy forward list. In memory only; the next save() deletes the list after writing its
+     * names. Does nothing if `version` is not 0.
      *
      * QXException: the repository does not know the study; what addAutoForwardDevices() throws. QXIOException with
-     * errno: the list is there but cannot be read. `version` is then still 0.
+     * errno: the list exists but cannot be read. `version` is then still 0.
      */
     void convert();
 
     // AutoForward.cpp
 
     /**
-     * Merges the auto-forward devices into the record; asks the database for them unless some are known already.
-     * `converting`: a record that ends up without an owner device is owned locally.
-     * QXException, before anything has changed: the database cannot be reached or asked.
+     * Merges the auto-forward devices into the record; queries the database for them unless some are known already.
+     * `converting`: if the record then has no owner device, it becomes owned locally. QXException, before anything has
+     * changed: the connection or the query failed.
      */
     void addAutoForwardDevices(bool converting);
 
-    /** Adds devices of the form "<id>.<type>;<id>.<type>" to the known ones and merges, as addAutoForwardDevices(). */
+    /** Adds devices of the form "<id>.<type>;<id>.<type>" to the known ones and calls addAutoForwardDevices(). */
     void setAutoForwardDevice(const char* devices);
 
     // RecordFormat.cpp
@@ -142,8 +140,8 @@ public:
     void print(FILE* stream) const;
 
     /**
-     * Scans `line` with a scanf pattern of one conversion into `value` (at least 256 bytes) and takes the double quotes
-     * off its end. False: nothing was converted, and `value` holds nothing useful.
+     * Scans `line` with a scanf pattern of one conversion into `value` (at least 256 bytes) and removes the double
+     * quotes at its end. False: nothing was converted, and `value` is undefined.
      */
     bool readProperty(const char* line, const char* format, char* value);
 
@@ -164,13 +162,13 @@ public:
     bool retrieved = false;
     bool dontEdit = false;
     bool dontDelete = false;
-    int32_t version = 0; ///< 0: none known yet
+    int32_t version = 0; ///< 0: a new record, or one of the earlier generation
     OFString studyId;
     OFString sourceStudy;
     OFString repository; ///< REPOSITORY_DICOM_DATA at construction
     QXSemaphore semaphore;
     OFList<StoreDevice*> autoForwardDevices; ///< owned
-    bool useLock = true;                     ///< load(), save() and release() operate `semaphore`
+    bool useLock = true;                     ///< load(), save() and release() use `semaphore`
     FILE* diagnostics = stderr;              ///< where lines without a known key are reported; null: nowhere
 
 private:
@@ -181,11 +179,11 @@ private:
     void refuseUnreadRecord(const OFString& directory);
     void deleteLegacyList();
 
-    std::optional<bool> shared;         ///< whether several hosts may share the study's file system, once it was asked
-    OFString legacyList;                ///< path of the list that convert() took in and the next save() deletes
+    std::optional<bool> shared;         ///< whether several hosts may share the study's file system; set on first use
+    OFString legacyList;                ///< path of the list that convert() has read and the next save() deletes
     std::shared_ptr<DIR> infoDirectory; ///< if load() has listed it
-    bool loadBegun = false;             ///< load() was called ...
-    bool recordRead = false;            ///< ... and has taken in the whole record, or save() has replaced it
+    bool loadBegun = false;             ///< load() was called
+    bool recordRead = false;            ///< load() has read the whole record, or save() has replaced it
 };
 
 #endif

@@ -54,7 +54,7 @@ ino_t TextFile::refreshedNumber() const {
     return static_cast<ino_t>(status.stx_ino);
 }
 
-/** Reads on behind what is unread; notes the end of the file. */
+/** Appends a piece of the file to the unread text; sets `atEnd` at the end of the file. */
 void TextFile::fill() {
     std::copy(unread.begin(), unread.end(), buffer);
     ssize_t count;

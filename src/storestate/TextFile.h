@@ -1,8 +1,8 @@
 /**
  * Text files, read line by line.
  *
- * A line is handed out in pieces of at most 1023 characters, and each piece counts as a line of its own. An object
- * belongs to one thread and closes its file when it is destroyed.
+ * A line is returned in pieces of at most 1023 characters, and each piece counts as a separate line. An object belongs
+ * to one thread and closes its file when it is destroyed.
  */
 #ifndef STORESTATE_TEXTFILE_H
 #define STORESTATE_TEXTFILE_H
@@ -19,7 +19,7 @@ constexpr size_t PIECE_LIMIT = 1023; ///< characters of a piece, its line feed i
 /** As isspace(), for characters of either sign. */
 bool isWhiteSpace(char character);
 
-/** Takes the next piece off the front of `text`: up to and including a line feed, within the limit. */
+/** Removes the next piece from the front of `text`: up to and including a line feed, within the limit. */
 std::string_view takePiece(std::string_view& text);
 
 class TextFile {
@@ -36,8 +36,8 @@ public:
     bool open(const OFString& filePath);
 
     /**
-     * The open file's inode number. Has a server refresh all of the file's attributes first, since a client reads only
-     * up to the size that it has cached. QXIOException with errno: that failed.
+     * The open file's inode number. First has the server refresh all of the file's attributes, because a client reads
+     * only up to the size that it has cached. QXIOException with errno: that failed.
      */
     ino_t refreshedNumber() const;
 
@@ -45,8 +45,8 @@ public:
     void readAhead() { fill(); }
 
     /**
-     * Moves to the next piece, which stays valid until the next call. False: the end of the file.
-     * QXIOException with errno: reading failed, which is not taken for the end of the file.
+     * Moves to the next piece, which stays valid until the next call. False: the end of the file. QXIOException with
+     * errno: reading failed.
      */
     bool next(std::string_view& piece);
 

@@ -9,7 +9,7 @@
 
 /**
  * Marks an exported variable that must exist once. A program normally gets a copy of a variable that it uses, and the
- * library would not see that copy. A compiler without this attribute makes no copy either in code built with -fPIC.
+ * library would not see that copy. Without this attribute, only code built with -fPIC is sure to use the original.
  */
 #if __has_attribute(nodirect_extern_access)
 #define STORESTATE_NO_COPY __attribute__((nodirect_extern_access))

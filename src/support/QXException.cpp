@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr size_t MESSAGE_BUFFER = 1024; ///< of a formatted message, its terminator included
+constexpr size_t MESSAGE_BUFFER = 1024; ///< bytes, terminator included
 constexpr size_t NUMBER_BUFFER = 64;    ///< more than any number needs
 
 std::string format(const char* text, va_list args) {

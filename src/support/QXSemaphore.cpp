@@ -15,7 +15,7 @@
 
 namespace {
 
-std::string directory(const std::string& given) {
+std::string chooseDirectory(const std::string& given) {
     if (!given.empty()) {
         return given;
     }
@@ -31,9 +31,9 @@ int32_t randomSleep() {
     return delay;
 }
 
-/** Calls `work` with the lock file's path. Allocates no memory, so a lock can be given back when memory is short. */
+/** Calls `work` with the lock file's path. Allocates no memory, so a lock can be released when memory runs out. */
 template <class Work>
-int onLockFile(const QXSemaphore& semaphore, Work work) {
+int withLockPath(const QXSemaphore& semaphore, Work work) {
     char path[PATH_MAX];
     const int length =
         snprintf(path, sizeof path, "%s/semaphore_%s", semaphore.lockDir.c_str(), semaphore.name.c_str());
@@ -45,10 +45,10 @@ int onLockFile(const QXSemaphore& semaphore, Work work) {
 }
 
 /**
- * Lists a directory to its end. A client of a shared file system may have cached that a name is missing there; listing
- * makes it ask its server.
+ * A client of a shared file system may have cached that a name is missing in the directory. Listing makes it ask its
+ * server.
  */
-void forgetMissingNames(const std::string& path) {
+void listToTheEnd(const std::string& path) {
     DIR* directory = opendir(path.c_str());
     if (directory != nullptr) {
         while (readdir(directory) != nullptr) {
@@ -65,7 +65,7 @@ void forgetMissingNames(const std::string& path) {
 } // namespace
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, const std::string& lockDirectory, bool releaseAtEnd)
-    : name(semaphoreName), lockDir(directory(lockDirectory)), autoUnlock(releaseAtEnd) {
+    : name(semaphoreName), lockDir(chooseDirectory(lockDirectory)), autoUnlock(releaseAtEnd) {
 }
 
 QXSemaphore::QXSemaphore(const std::string& semaphoreName, bool releaseAtEnd)
@@ -85,7 +85,7 @@ QXSemaphore::~QXSemaphore() {
 
 std::string QXSemaphore::path() const {
     std::string text;
-    onLockFile(*this, [&](const char* path) {
+    withLockPath(*this, [&](const char* path) {
         text = path;
         return 0;
     });
@@ -94,10 +94,10 @@ std::string QXSemaphore::path() const {
 
 bool QXSemaphore::lockResource() {
     const auto create = [](const char* path) { return open(path, O_RDONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0660); };
-    int file = onLockFile(*this, create);
+    int file = withLockPath(*this, create);
     if (file < 0 && errno == EPERM) {
-        // SFTP cannot report that a file exists. When asked again, sshfs finds the file that another host has made.
-        file = onLockFile(*this, create);
+        // SFTP cannot report EEXIST. On the second attempt sshfs finds the file that another host has created.
+        file = withLockPath(*this, create);
     }
     if (file >= 0) {
         close(file);
@@ -127,10 +127,10 @@ void QXSemaphore::unlock() {
     if (!locked && !forceUnlock) {
         return;
     }
-    int result = onLockFile(*this, unlink);
+    int result = withLockPath(*this, unlink);
     if (result != 0 && errno == ENOENT && !locked) {
-        forgetMissingNames(lockDir);
-        result = onLockFile(*this, unlink);
+        listToTheEnd(lockDir);
+        result = withLockPath(*this, unlink);
     }
     if (result != 0 && errno != ENOENT) {
         failed(storestate::UNLOCKING_FAILED, name);

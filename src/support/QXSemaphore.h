@@ -24,8 +24,8 @@ constexpr char UNLOCKING_FAILED[] = "Releasing semaphore failed: ";
 class QXSemaphore {
 public:
     /**
-     * Touches no file. An empty `lockDir` stands for the environment variable LOCK_VAR, or "." when that is unset.
-     * `autoUnlock`: the destructor gives the semaphore back.
+     * Touches no file. An empty `lockDir` stands for the environment variable LOCK_VAR, or "." if that is unset.
+     * `autoUnlock`: the destructor releases the semaphore.
      */
     QXSemaphore(const std::string& name, const std::string& lockDir, bool autoUnlock);
     QXSemaphore(const std::string& name, bool autoUnlock);
@@ -52,9 +52,9 @@ public:
 
     /**
      * Removes the lock file if this object created it, or in any case with `forceUnlock`, which is cleared by success.
-     * A file that is already gone is success. If another object created it, possibly on another host, and it is not
-     * found, the lock directory is listed and the removal tried once more. Throws QXIOException with errno when it
-     * cannot be removed; the object's flags are then as before.
+     * A missing file is success; but if this object did not create it, possibly another host did, so the lock directory
+     * is listed and the removal tried once more. Throws QXIOException with errno if the file cannot be removed; the
+     * object's flags are then as before.
      */
     void unlock();
 

@@ -4,8 +4,8 @@ package quillon.util;
  * Loads the native library and explains a failure.
  *
  * <p>If the system property {@code quillon.util.StoreState.lib} is set, it names the file and nothing else is tried.
- * Otherwise the library is what the program has loaded itself, what {@code System.loadLibrary} finds, or the file in
- * Debian's directory for native libraries of this architecture.
+ * Otherwise it takes the library that the program has loaded itself, the one that {@code System.loadLibrary} finds, or
+ * the file in Debian's directory for native libraries of this architecture.
  */
 final class NativeLibrary {
     private static final String NAME = "storestate";
@@ -21,7 +21,7 @@ final class NativeLibrary {
         NativeLibrary library = new NativeLibrary();
         boolean loaded = file != null
             ? library.attempt(file, () -> System.load(file))
-            : library.attempt("loaded by the program", () -> StoreState.unlock(null)) // without a study it does nothing
+            : library.attempt("loaded by the program", () -> StoreState.unlock(null)) // has no effect
                 || library.attempt("System.loadLibrary", () -> System.loadLibrary(NAME))
                 || library.attempt(debianFile(), () -> System.load(debianFile()));
         if (!loaded) {

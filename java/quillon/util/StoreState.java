@@ -4,17 +4,17 @@ package quillon.util;
  * The store-state record of a study: which device owns it, how it is processed and staged, where it is filed, archived
  * and forwarded.
  *
- * <p>The methods are implemented in the native library {@code storestate}. The first use of this class loads it, unless
- * the program has done so itself: from the file that the system property {@code quillon.util.StoreState.lib} names (an
- * absolute path, and then nothing else is tried), otherwise as {@code System.loadLibrary("storestate")} finds it,
- * otherwise from Debian's directory for native libraries of this architecture. If that fails, too, the first use throws
- * an {@link UnsatisfiedLinkError} that lists all attempts.
+ * <p>The methods are implemented in the native library {@code storestate}, which the first use of this class loads. If
+ * the system property {@code quillon.util.StoreState.lib} is set, it is the absolute path of the library, and nothing
+ * else is tried. Otherwise the class uses, in this order, a library that the program has loaded itself, the one that
+ * {@code System.loadLibrary("storestate")} finds, or the one in Debian's directory for native libraries of this
+ * architecture. If all attempts fail, the first use throws an {@link UnsatisfiedLinkError} that lists them.
  *
- * <p>The methods may be called from any thread. None of them throws anything when it fails: the answer is
- * {@code false}, also for a null study identifier.
+ * <p>The methods may be called from any thread. They throw no exceptions: the result of a failure, and of a null study
+ * identifier, is {@code false}.
  *
- * <p>All processes and threads that work on a study exclude one another by the study's lock. It is a file in a
- * directory that they share; it outlives the process that took it, and it is not re-entrant.
+ * <p>Processes and threads that work on a study exclude one another by the study's lock. It is a file in a directory
+ * that they share; it outlives the process that took it, and it is not re-entrant.
  */
 public final class StoreState {
 
@@ -34,20 +34,20 @@ public final class StoreState {
     private StoreState() {}
 
     /**
-     * Takes the study's lock, waiting up to 30 seconds for it. The caller keeps it until {@link #unlock}, and meanwhile
-     * passes {@code lockHeld} true to the other methods. The lock excludes others, not the caller's own threads: while
-     * it is held, only one of them works on the study.
+     * Takes the study's lock, waiting up to 30 seconds for it. The caller holds it until {@link #unlock}, and meanwhile
+     * passes {@code lockHeld} true to the other methods. The lock does not exclude the caller's own threads: while it
+     * is held, only one of them may work on the study.
      *
      * @param studyId the study's identifier
-     * @return true: this call took the lock. False: it is held elsewhere, or the lock file cannot be created
+     * @return true: this call took the lock. False: another holder kept it, or the lock file cannot be created
      */
     public static native boolean lock(String studyId);
 
     /**
-     * Gives the study's lock back, whoever took it.
+     * Releases the study's lock, whoever took it.
      *
      * @param studyId the study's identifier
-     * @return true: the study is not locked any more, or was not. False: the lock file cannot be removed
+     * @return true: the lock was released, or the study was not locked. False: the lock file cannot be removed
      */
     public static native boolean unlock(String studyId);
 
@@ -56,16 +56,16 @@ public final class StoreState {
      * list and the configured auto-forward devices; a study without a record gets a new one with those devices.
      *
      * @param studyId the study's identifier
-     * @param lockHeld true: the caller holds the study's lock, and goes on holding it. False: the call takes the lock,
-     *     waiting up to 20 seconds for it, and gives it back
+     * @param lockHeld true: the caller holds the study's lock, and keeps it. False: the call takes the lock, waiting up
+     *     to 20 seconds for it, and releases it
      * @return true: the record is in place and survives a power cut. False: the record could not be read or written; it
-     *     is as it was, unless the very last steps failed, and then it is the new one
+     *     is unchanged, unless only the last steps failed: then it is the new one
      */
     public static native boolean convert(String studyId, boolean lockHeld);
 
     /**
      * Changes the study's record by options, in their order: elements 0 and 1 of {@code options} are the name and the
-     * value of the first, elements 2 and 3 of the second, and so on. A pair with an unknown name is passed over.
+     * value of the first, elements 2 and 3 of the second, and so on. A pair with an unknown name is ignored.
      *
      * <table>
      * <caption>Options</caption>
@@ -95,7 +95,7 @@ public final class StoreState {
      * @param lockHeld as for {@link #convert}
      * @return true: the condition holds and the changed record is in place and survives a power cut. False: the
      *     condition does not hold, an option lacks its value or is null, a value cannot be stored, or the record could
-     *     not be read or written; it is as it was, unless the very last steps failed, and then it is the new one
+     *     not be read or written; it is unchanged, unless only the last steps failed: then it is the new one
      */
     public static native boolean modify(String studyId, int existenceMode, String[] options, boolean lockHeld);
 }
