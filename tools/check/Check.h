@@ -3,15 +3,15 @@
 
 namespace storestate {
 
-/** A monitoring system takes this for "no answer": wrong usage, or something could not be checked. */
+/** Means "unknown" to a monitoring system: wrong usage, or something could not be checked. */
 constexpr int STATUS_MONITOR_UNKNOWN = 3;
 
 struct CheckOptions {
     bool asJson = false;
-    bool asMonitor = false; ///< a line in front and the statuses of monitoring plug-ins
+    bool asMonitor = false; ///< a summary line first, and the exit statuses of monitoring plug-ins
 };
 
-/** Tells whether the library would work in this environment, and what to do if not. Returns the exit status. */
+/** Prints whether the library can work in this environment, and what to do if not. Returns the exit status. */
 int checkEnvironment(const CheckOptions& options);
 
 } // namespace storestate

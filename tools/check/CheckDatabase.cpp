@@ -10,7 +10,7 @@ namespace {
 
 using Device = StoreState::StoreDevice;
 
-/** Whether a record can carry the device in every role. */
+/** Whether a record can store the device in every role. */
 bool isStorable(const OFString& id) {
     StoreState probe("-", ".");
     probe.ownerDevice = id;

@@ -18,9 +18,9 @@ namespace {
 
 constexpr char REPOSITORY[] = "REPOSITORY_DICOM_DATA";
 constexpr char LOCKS[] = "LOCK_VAR";
-constexpr size_t VISITS = 1000; ///< directories, until it is clear whether there are studies
+constexpr size_t VISITS = 1000; ///< directories to visit at most in search of studies
 
-/** Names the directory, and whether several hosts may share it. */
+/** Reports the directory, and whether several hosts may share it. */
 void reportPlace(const Report& report, const char* variable, const std::string& path) {
     report({Verdict::GOOD, variable, path, ""});
     if (mayBeShared(path.c_str())) {
@@ -38,16 +38,16 @@ std::string remedyForWriting(int error) {
     case EPERM:
         return "let the server's user write there, and search all directories of the path";
     default:
-        return "repair the file system, its mount, or the server behind it; the kernel's log may tell more";
+        return "repair the file system, its mount or its server; the kernel's log may say more";
     }
 }
 
-/** Whether the variable names a directory by its whole path; if not, that is BAD. */
+/** Whether the variable is the absolute path of a directory; otherwise reports BAD. */
 bool namesDirectory(const Report& report, const char* variable, const std::string& content, struct stat& status) {
     const std::string path = environmentValue(variable);
     if (path.empty() || path[0] != '/') {
         report({Verdict::BAD, variable, path.empty() ? "not set" : path + " depends on where a process was started",
-                "set it to the whole path of the directory of the " + content});
+                "set it to the absolute path of the directory of the " + content});
         return false;
     }
     int error = stat(path.c_str(), &status) != 0 ? errno : 0;
@@ -56,12 +56,12 @@ bool namesDirectory(const Report& report, const char* variable, const std::strin
     }
     if (error != 0) {
         report({Verdict::BAD, variable, path + ": " + strerror(error),
-                error == ENOENT ? "mount or make the directory of the " + content : remedyForWriting(error)});
+                error == ENOENT ? "mount or create the directory of the " + content : remedyForWriting(error)});
     }
     return error == 0;
 }
 
-/** Takes and gives back a lock of no study. False: that is not possible, which is BAD. */
+/** Takes and releases a lock that belongs to no study. False: that failed and was reported as BAD. */
 bool tryLock(const Report& report, const std::string& path) {
     try {
         QXSemaphore semaphore("check." + std::to_string(getpid()) + "." + std::to_string(time(nullptr)), true);
@@ -73,7 +73,7 @@ bool tryLock(const Report& report, const std::string& path) {
         if (ahead > CLOCK_DIFFERENCE || ahead < -CLOCK_DIFFERENCE) {
             report({Verdict::NOTE, "clock",
                     "the clock of the lock directory's file system differs by " + std::to_string(ahead) + " seconds",
-                    "set the clocks right: the ages of locks are wrong by as much"});
+                    "set the clocks: the ages of locks are wrong by this difference"});
         }
         return true;
     } catch (const QXException& failure) {
@@ -86,7 +86,7 @@ void checkLockPlace(const Report& report, const std::string& path) {
     const auto isIn = [place = path + "/"](const char* shared) { return place.rfind(shared, 0) == 0; };
     if (isIn("/tmp/") || isIn("/var/tmp/") || isIn("/dev/shm/")) {
         report({Verdict::NOTE, LOCKS, path + " is a place for temporary files: other programs may delete locks",
-                "use a directory of the server's own, such as /var/lib/storestate/locks"});
+                "use a directory that belongs to the server, such as /var/lib/storestate/locks"});
     }
     const char* root = environmentValue(REPOSITORY);
     if (access(root, F_OK) == 0 && !mayBeShared(path.c_str()) && mayBeShared(root)) {

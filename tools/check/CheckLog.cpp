@@ -10,9 +10,9 @@
 namespace storestate {
 namespace {
 
-constexpr int PATIENCE = 1000; ///< milliseconds
+constexpr int TIMEOUT = 1000; ///< milliseconds
 
-/** Connects to the log without writing. True: somebody listens; `reads` says whether a line would be taken. */
+/** Connects to the log without writing. True: somebody listens; `reads` becomes whether a line would be accepted. */
 bool connects(const char* path, int type, bool& reads) {
     struct sockaddr_un address = {};
     address.sun_family = AF_UNIX;
@@ -21,7 +21,7 @@ bool connects(const char* path, int type, bool& reads) {
     const bool connected = connect(log, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     const bool isQueueFull = !connected && errno == EAGAIN;
     pollfd writable = {log, POLLOUT, 0};
-    reads = connected && poll(&writable, 1, PATIENCE) == 1;
+    reads = connected && poll(&writable, 1, TIMEOUT) == 1;
     close(log);
     return connected || isQueueFull;
 }

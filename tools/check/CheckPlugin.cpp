@@ -12,11 +12,11 @@ namespace {
 
 constexpr char VARIABLE[] = "REPOSITORY_HANDLER_HOME";
 constexpr char REPAIR[] =
-    "no record can be read or saved: set the variable to the directory above lib, repair what the "
-    "plug-in names, or install another";
-constexpr size_t VISITS = 100; ///< directories, to find a study that the plug-in knows
+    "no record can be read or saved: repair what the message names; if that is RepositoryHandler.so, set the variable "
+    "to the directory above lib, or install the plug-in there";
+constexpr size_t VISITS = 100; ///< directories to visit at most in search of a study that the plug-in knows
 
-/** Asks for the directory of a study that exists; making it again changes nothing. */
+/** Calls createDirectory_ for a study that exists, which changes nothing, and compares the results. */
 Finding tryStudy(const std::string& study, const std::string& directory) {
     const std::string again = makeStudy(study);
     if (again == directory) {

@@ -13,7 +13,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr size_t SUBJECT_WIDTH = 24;
 
-/** How a verdict is named. */
+/** The names of a verdict. */
 struct VerdictNames {
     const char* label;   ///< in front of a line
     const char* name;    ///< in JSON

@@ -24,11 +24,11 @@ using Clock = std::chrono::steady_clock;
 using Json = nlohmann::ordered_json;
 using std::chrono::milliseconds;
 
-/** A part in its process. */
+/** A part and the process that runs it. */
 struct Child {
     const CheckPart* part;
     pid_t process;
-    int output; ///< its findings can be read here
+    int output; ///< the end of a pipe from which its findings can be read
 };
 
 constexpr int PART_COMPLETE = 42; ///< exit status; a plug-in may end the process with any other
@@ -62,7 +62,7 @@ Child begin(const CheckPart& part) {
     return {&part, process, ends[0]};
 }
 
-/** What comes until the other end is closed or the time is over. */
+/** Reads until the other end is closed or the deadline has passed. */
 std::string receive(int input, Clock::time_point deadline) {
     std::string text;
     for (;;) {
@@ -78,7 +78,7 @@ std::string receive(int input, Clock::time_point deadline) {
     }
 }
 
-/** The process's exit status; -1 if a signal has ended it. Nothing: it did not end in time, and was killed. */
+/** The process's exit status; -1 if a signal has ended it; no value if it was killed because it did not end in time. */
 std::optional<int> reap(pid_t process, Clock::time_point deadline) {
     int status = 0;
     while (waitpid(process, &status, WNOHANG) == 0) {

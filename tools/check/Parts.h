@@ -15,9 +15,9 @@ struct CheckPart {
 };
 
 /**
- * Runs all parts at once, each in a process of its own, and ends what has not ended after CHECK_SECONDS: a file system
- * that hangs, a plug-in that crashes and a database that never answers cost only what they would still have found, and
- * are BAD. The findings come in the order of the parts.
+ * Runs all parts at once, each in a separate process, and kills the parts that have not ended after CHECK_SECONDS. A
+ * part that hangs or crashes, for instance because of a file system, the plug-in or the database, is reported as BAD,
+ * and its earlier findings are kept. The findings are in the order of the parts.
  */
 Findings runApart(const std::vector<CheckPart>& parts);
 
@@ -27,7 +27,7 @@ void checkPlugin(const Report& report);
 void checkDatabase(const Report& report);
 void checkSystemLog(const Report& report);
 
-/** Whether somebody reads the system log's socket; the finding does not wait longer than a second. */
+/** Whether somebody reads the system log's socket. Waits a second at most. */
 Finding logFinding(const char* path);
 
 } // namespace storestate

@@ -31,14 +31,14 @@ struct Request {
     bool allowRoot = false;
     bool asJson = false;
     ModifyRequest modify;
-    std::optional<Words> recordOptions; ///< of modify, behind "--"
+    std::optional<Words> recordOptions; ///< of modify, after "--"
     ConvertRequest convert;
     std::string lockStudy;
     int lockSeconds = STUDY_LOCK_SECONDS;
     CheckOptions check;
 };
 
-/** What a command does and the environment variables without which it cannot work. */
+/** What a command does and the environment variables that it needs. */
 struct Command {
     std::function<int()> run;
     Words variables;
@@ -63,7 +63,7 @@ std::vector<OptionPair> pairs(const std::optional<Words>& words) {
 }
 
 std::string recordOptionHelp() {
-    std::string text = "Options of the record, each with a value, behind \"--\":\n";
+    std::string text = "Options of the record, each with a value, after \"--\":\n";
     for (const ModifyOption& option : modifyOptions()) {
         text +=
             "  " + padded(std::string(option.shortName) + "," + option.longName, OPTION_WIDTH) + option.meaning + "\n";
@@ -71,7 +71,7 @@ std::string recordOptionHelp() {
     return text;
 }
 
-/** Describes the commands to the parser; what it then reads goes to `request`, and the chosen command to `chosen`. */
+/** Describes the commands to the parser, which then sets `request` and the chosen command. */
 class Descriptions {
 public:
     Descriptions(CLI::App& application, Request& parsed, Command& chosenCommand)
@@ -150,7 +150,7 @@ private:
     void describeLocks() {
         const Words variables = {"LOCK_VAR"};
         CLI::App* lock = add("lock", "Take a study's lock and keep it", variables,
-                             [this] { return takeLockForGood(request.lockStudy, request.lockSeconds); });
+                             [this] { return takeAndKeepLock(request.lockStudy, request.lockSeconds); });
         lock->add_option("STUDY", request.lockStudy, "study identifier")->required();
         addWait(lock, request.lockSeconds);
 
@@ -181,7 +181,7 @@ private:
     Command& chosen;
 };
 
-/** Prints help, the version, or why the words are refused. */
+/** Prints the help, the version, or what is wrong with the arguments. */
 int answer(const CLI::App& app, const CLI::ParseError& refused) {
     std::ostringstream complaint;
     const int status = app.exit(refused, std::cout, complaint);
@@ -191,7 +191,7 @@ int answer(const CLI::App& app, const CLI::ParseError& refused) {
     return status == 0 ? STATUS_DONE : STATUS_USAGE;
 }
 
-/** `answered` becomes true when the status is that of the command, or when help was all that was asked for. */
+/** Returns the exit status. `answered` becomes true if the command ran, or if only help was requested. */
 int parseAndRun(const Words& words, bool& answered) {
     Request request;
     Command command;
@@ -207,7 +207,7 @@ int parseAndRun(const Words& words, bool& answered) {
         request.recordOptions = Words(separator + 1, parsed.end());
         parsed.erase(separator, parsed.end());
     }
-    std::reverse(parsed.begin(), parsed.end()); // as the parser wants them
+    std::reverse(parsed.begin(), parsed.end()); // the parser expects this order
     try {
         app.parse(parsed);
     } catch (const CLI::ParseError& refused) {

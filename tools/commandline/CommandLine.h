@@ -6,7 +6,7 @@
 
 namespace storestate {
 
-/** Runs the command of the words behind the program's name; without words prints help. Returns the exit status. */
+/** Runs the command that the arguments name; without arguments prints the help. Returns the exit status. */
 int runCommandLine(const std::vector<std::string>& words);
 
 } // namespace storestate

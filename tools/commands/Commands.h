@@ -1,6 +1,6 @@
 /**
  * The commands of the operator's tool. Each prints its result on standard output and failures on standard error, and
- * returns an exit status. Arguments that are impossible are a Failure with STATUS_USAGE.
+ * returns an exit status. Impossible arguments throw a Failure with STATUS_USAGE.
  */
 #ifndef TOOLS_COMMANDS_COMMANDS_H
 #define TOOLS_COMMANDS_COMMANDS_H
@@ -36,7 +36,7 @@ struct ConvertRequest {
     std::optional<int> lockSeconds;
 };
 
-/** Converts the records of an earlier generation. A locked study is named, and the run continues. */
+/** Converts records of the earlier generation. A locked study is reported, and the run continues. */
 int convertRecords(const ConvertRequest& request);
 
 /** Checks the records and lists of the studies, by default of all, and counts what it finds. */
@@ -46,9 +46,9 @@ int verifyRecords(const Studies& studies);
 int listStudies();
 
 /** Takes the study's lock so that it outlives the program. */
-int takeLockForGood(const std::string& study, int lockSeconds);
+int takeAndKeepLock(const std::string& study, int lockSeconds);
 
-/** Removes the locks of the studies, or all, whoever took them, that are at least so old (by default 10 minutes). */
+/** Removes the locks of at least this age (by default 10 minutes) of these studies, or all, whoever took them. */
 int removeLocks(Studies studies, std::optional<int64_t> minimumAge);
 
 /** Lists the locks held for at least `seconds`. */

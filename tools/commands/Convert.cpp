@@ -11,7 +11,7 @@
 namespace storestate {
 namespace {
 
-/** What became of the studies. */
+/** How many studies had which result. */
 struct Counts {
     size_t converted = 0;
     size_t unchanged = 0;
@@ -67,7 +67,7 @@ void print(const Counts& counts, const ConvertRequest& request, size_t all) {
 
 int convertRecords(const ConvertRequest& request) {
     const Studies studies = collectStudies(request.studies);
-    // Several locked studies must not add up their waits; the run can be repeated for them.
+    // Do not wait for each of many locked studies: the run can be repeated.
     const int lockSeconds = request.lockSeconds.value_or(studies.size() > 1 ? 0 : StoreState::LOCK_SECONDS);
     Counts counts;
     deferSignals();

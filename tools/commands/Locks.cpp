@@ -44,7 +44,7 @@ std::vector<LockFile> oldLocks(int64_t seconds) {
 
 } // namespace
 
-int takeLockForGood(const std::string& study, int lockSeconds) {
+int takeAndKeepLock(const std::string& study, int lockSeconds) {
     deferSignals();
     return guarded(study, [&] {
         StoreState state(study.c_str(), "");

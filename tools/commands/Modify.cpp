@@ -10,7 +10,7 @@
 namespace storestate {
 namespace {
 
-/** A value such as "YES" clears the flag that somebody wanted to set. */
+/** Warns of values such as "YES", which clear a flag that the caller probably wants to set. */
 void warnOfClearedFlags(const ModifyRequest& request) {
     for (const OptionPair& pair : request.options) {
         if (findModifyOption(pair.name)->isFlag && pair.value != "yes" && pair.value != "no") {
@@ -20,8 +20,8 @@ void warnOfClearedFlags(const ModifyRequest& request) {
     }
 }
 
-/** Reads the record. Failure: its existence is not as the call wants it, or it is damaged. */
-void readSound(const ModifyRequest& request, StoredRecord& record) {
+/** Reads the record. Failure: it exists although it must not, or is missing although it must exist, or is damaged. */
+void readUndamaged(const ModifyRequest& request, StoredRecord& record) {
     const bool exists = record.read();
     if (exists == request.isNew) {
         throw Failure(exists ? "The record exists already." : record.absence(), STATUS_EXISTENCE);
@@ -35,7 +35,7 @@ int32_t existenceMode(const ModifyRequest& request) {
     return request.isNew ? RECORD_MUST_NOT_EXIST : RECORD_MUST_EXIST;
 }
 
-/** Reports what outside the record would make the call fail. */
+/** Reports what would make the call fail although the new record is valid. */
 int reportObstacles(const ModifyRequest& request, const StoredRecord& record) {
     int status = STATUS_DONE;
     const auto report = [&](const std::string& fault) {
@@ -62,7 +62,7 @@ void require(ModifyResult result, const StoredRecord& record) {
     }
 }
 
-int tryModification(const ModifyRequest& request, StoreState& state, const StoredRecord& before) {
+int previewModification(const ModifyRequest& request, StoreState& state, const StoredRecord& before) {
     state.useLock = false;
     const std::string after = withValueRule(state, [&] {
         require(applyModification(state, existenceMode(request), pairsOf(request.options)), before);
@@ -74,17 +74,17 @@ int tryModification(const ModifyRequest& request, StoreState& state, const Store
 
 int modify(const ModifyRequest& request) {
     StoredRecord before(request.study);
-    readSound(request, before);
+    readUndamaged(request, before);
     before.reportInvalidLines();
     StoreState state(request.study.c_str(), "");
     state.diagnostics = nullptr;
     if (request.dryRun) {
-        return tryModification(request, state, before);
+        return previewModification(request, state, before);
     }
     deferSignals();
     takeLock(state, request.lockSeconds);
     StoredRecord current(request.study); // as it is under the lock
-    readSound(request, current);
+    readUndamaged(request, current);
     withValueRule(state,
                   [&] { require(modifyRecord(state, existenceMode(request), pairsOf(request.options)), current); });
     return STATUS_DONE;

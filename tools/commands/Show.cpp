@@ -28,7 +28,7 @@ Json toJson(const StoredRecord& record) {
     return json;
 }
 
-/** Prints the record, or appends it to the list where there is one. */
+/** Appends the record to `list`; without a list, prints it. */
 int showRecord(const std::string& study, Json* list) {
     StoredRecord record(study);
     record.require();

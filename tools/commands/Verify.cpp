@@ -22,7 +22,7 @@ class Verification {
 public:
     explicit Verification(const std::string& studyId) : study(studyId), record(studyId) {}
 
-    /** What the study is counted as. */
+    /** Returns the name under which the study is counted. */
     std::string run() {
         std::string kind = "unreadable";
         try {
@@ -60,7 +60,7 @@ private:
         return record.isEarlier() ? EARLIER : WHOLE;
     }
 
-    /** Whether the record, with the legacy list that it would take in, could be saved. */
+    /** Whether the record, with the names of its legacy list, could be saved. */
     bool isStorable() {
         if (record.isEarlier()) {
             DeviceSetFiller forward(record.state.forwardDevices);

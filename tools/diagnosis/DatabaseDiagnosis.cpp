@@ -16,12 +16,12 @@ struct Remedy {
     const char* text;
 };
 
-constexpr char REACH[] = "see that the server runs, and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, lead "
-                         "to it";
+constexpr char REACH[] = "check that the server runs and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, are "
+                         "right";
 constexpr char CONNECT[] =
-    "let the user of ARQ_USER connect from this machine without a password; if it may, the server perhaps wants TLS "
+    "let the user in ARQ_USER connect from this machine without a password; if it may, the server perhaps requires TLS "
     "(SHOW VARIABLES LIKE 'require_secure_transport'): use its socket (MYSQL_UNIX_PORT)";
-constexpr char READ[] = "see that DBNAME is right, and let the user of ARQ_USER read both tables: GRANT SELECT";
+constexpr char READ[] = "check DBNAME, and let the user in ARQ_USER read both tables: GRANT SELECT";
 
 constexpr char SETTINGS[] =
     "set DBNAME, TARGETTBL and DEVSERVTBL, and MYSQL_UNIX_PORT or MYSQL_HOST and MYSQL_TCP_PORT, "
@@ -44,18 +44,18 @@ constexpr Remedy REMEDIES[] = {
     {1054, "the table of TARGETTBL needs the columns ID and TYPE, that of DEVSERVTBL the columns DEVICE and SERVICE"},
     {1146, "set TARGETTBL and DEVSERVTBL to the tables of devices and of services"},
     {2026, "give the server a certificate that this machine trusts, or use its socket (MYSQL_UNIX_PORT)"},
-    {2059, "create the user with a way to authenticate that the client library has, as a rule mysql_native_password"},
-    {3159, "the server wants TLS: use its socket (MYSQL_UNIX_PORT), or switch require_secure_transport off"},
+    {2059, "create the user with an authentication plug-in that the client library has, usually mysql_native_password"},
+    {3159, "the server requires TLS: use its socket (MYSQL_UNIX_PORT), or switch require_secure_transport off"},
 };
 
-/** Tells the number and the text of the client library's last error. */
+/** Gives access to the number and the text of the client library's last error. */
 class Session : public DB_Query {
 public:
     unsigned int errorNumber() const { return connection != nullptr ? mysql_errno(connection) : 0; }
     std::string errorMessage() const { return connection != nullptr ? mysql_error(connection) : ""; }
 };
 
-/** What the session says of a missing setting, without the name of its function. */
+/** The session's error text about a missing setting, without the name of its function. */
 std::string settingFault(const DB_Query& session) {
     const std::string text = session.errorText.text;
     const size_t colon = text.find("(): ");
@@ -63,7 +63,7 @@ std::string settingFault(const DB_Query& session) {
     return text.substr(begin, text.find('\n', begin) - begin);
 }
 
-/** MariaDB's client reports a missing authentication plug-in under the number of the refusal that follows. */
+/** MariaDB's client reports a missing authentication plug-in with the number of the refusal that follows. */
 unsigned int cause(unsigned int number, const std::string& message) {
     constexpr unsigned int PLUGIN_MISSING = 2059;
     return message.find("could not be loaded") != std::string::npos ? PLUGIN_MISSING : number;

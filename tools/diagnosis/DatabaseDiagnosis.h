@@ -15,12 +15,12 @@ struct DatabaseFault {
 };
 
 /**
- * Asks for the auto-forward devices as the library does, and adds them to those of `record`. No fault: that worked.
+ * Queries the auto-forward devices as the library does, and adds them to those of `record`. No value: that worked.
  * Waits for the database without a time limit.
  */
 std::optional<DatabaseFault> askForDevices(StoreState& record);
 
-/** What to do about an error of this number. */
+/** What to do about the error with this number. */
 std::string databaseRemedy(unsigned int number);
 
 } // namespace storestate

@@ -19,7 +19,7 @@ std::string databaseCause() {
     return fault.has_value() ? fault->text + "; " + fault->remedy : "now the database answers: try again";
 }
 
-/** Empty when the message says all. */
+/** Empty if the message is enough. */
 std::string cause(const std::string& message) {
     for (const char* beginning : {NOT_CONNECTED, TABLES_MISSING, QUERY_FAILED}) {
         if (startsWith(message, beginning)) {
@@ -58,7 +58,7 @@ int guarded(const std::string& subject, const std::function<int()>& work) {
         return complain(subject, explained(failure));
     } catch (const std::exception& failure) {
         return complain(subject, failure.what());
-    } catch (...) { // of a plug-in that breaks its rules; uncaught, it would leave the lock
+    } catch (...) { // from a plug-in that breaks its rules; if it ended the program, the lock would stay
         return complain(subject, "the plug-in threw an exception of an unknown kind");
     }
 }

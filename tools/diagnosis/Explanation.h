@@ -1,4 +1,4 @@
-/** From an exception of the library to a text that names the cause. */
+/** Turns an exception of the library into a text that names the cause. */
 #ifndef TOOLS_DIAGNOSIS_EXPLANATION_H
 #define TOOLS_DIAGNOSIS_EXPLANATION_H
 
@@ -14,10 +14,10 @@ namespace storestate {
 /** The failure's text. If the database failed, it is asked once more for the cause. */
 std::string explained(const QXException& failure);
 
-/** What the key of the first value that no record can carry takes; empty when every value can be stored. */
+/** Which values the key of the first value that cannot be stored accepts; empty if every value can be stored. */
 std::string valueRule(const StoreState& state);
 
-/** Runs `work`, which formats or saves the record. If a value cannot be stored, the failure says what its key takes. */
+/** Runs `work`, which formats or saves the record. If a value cannot be stored, the Failure includes valueRule(). */
 template <class Work>
 auto withValueRule(const StoreState& state, Work work) {
     try {
@@ -31,7 +31,7 @@ auto withValueRule(const StoreState& state, Work work) {
     }
 }
 
-/** Runs work on a study or for a command. An exception becomes a line on standard error and the exit status. */
+/** Runs `work` for a study or a command. An exception becomes a line on standard error and the exit status. */
 int guarded(const std::string& subject, const std::function<int()>& work);
 
 } // namespace storestate

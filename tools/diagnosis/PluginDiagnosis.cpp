@@ -19,15 +19,15 @@
 namespace storestate {
 namespace {
 
-/** Errors worth reporting when a plug-in answers null. It may have left any other in errno. */
-constexpr int TELLING[] = {EACCES, EPERM,  EIO,    ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN,   ELOOP,
-                           EMFILE, ENFILE, ENOSPC, EDQUOT, EROFS,    EMLINK,    ENAMETOOLONG};
+/** Errors worth reporting if a plug-in returns null. Any other may be a remainder that has nothing to do with it. */
+constexpr int REPORTED_ERRORS[] = {EACCES, EPERM,  EIO,    ESTALE, ENOTCONN, ETIMEDOUT, EHOSTDOWN,   ELOOP,
+                                   EMFILE, ENFILE, ENOSPC, EDQUOT, EROFS,    EMLINK,    ENAMETOOLONG};
 
 const char* root() {
     return environmentValue("REPOSITORY_DICOM_DATA");
 }
 
-/** Why the repository's root is no directory that can be searched; empty when it is one. */
+/** Why the repository's root cannot be searched; empty if it can. */
 std::string rootFault() {
     std::string fault = accessFault(root(), X_OK);
     struct stat status;
@@ -37,7 +37,7 @@ std::string rootFault() {
     return fault.empty() ? "" : "the repository " + fault;
 }
 
-/** Calls an entry point; empty: it returned null without a reason. Whatever it throws is gone before it is unloaded. */
+/** The result of an entry point; empty: null without an error. Destroys an exception before it unloads the plug-in. */
 std::string ask(const char* symbol, const std::function<char*(void*)>& call) {
     std::string directory;
     std::string failure;
@@ -49,8 +49,8 @@ std::string ask(const char* symbol, const std::function<char*(void*)>& call) {
         const int error = errno;
         if (returned != nullptr) {
             directory = returned.get();
-        } else if (std::find(std::begin(TELLING), std::end(TELLING), error) != std::end(TELLING)) {
-            failure = std::string("the plug-in gave no directory: ") + strerror(error);
+        } else if (std::count(std::begin(REPORTED_ERRORS), std::end(REPORTED_ERRORS), error) > 0) {
+            failure = std::string("the plug-in returned no directory: ") + strerror(error);
         }
     } catch (const QXException& thrown) {
         failure = thrown.message.empty() ? "the plug-in failed" : thrown.message;
@@ -82,7 +82,7 @@ std::string makeStudy(const std::string& study) {
         return reinterpret_cast<decltype(createDirectory_)*>(address)(root(), study.c_str(), nullptr, false);
     });
     if (directory.empty()) {
-        throw QXException(1, "%s", "the plug-in gave no directory and no reason");
+        throw QXException(1, "%s", "the plug-in returned no directory and no reason");
     }
     return directory;
 }

@@ -1,6 +1,6 @@
 /**
- * Asks the plug-in directly. The library's facade tells the reason of a failure to the system log only, and its caller
- * cannot tell a failure from an unknown study.
+ * Calls the plug-in directly. The library's facade writes the reason of a failure to the system log only, and its
+ * caller cannot distinguish a failure from an unknown study.
  */
 #ifndef TOOLS_DIAGNOSIS_PLUGINDIAGNOSIS_H
 #define TOOLS_DIAGNOSIS_PLUGINDIAGNOSIS_H
@@ -10,12 +10,12 @@
 namespace storestate {
 
 /**
- * The study's directory; empty when the repository does not know the study. QXException: why the plug-in could not say,
- * or why the repository's root is no directory that can be searched.
+ * The study's directory; empty if the repository does not know the study. QXException: the plug-in failed, or the
+ * repository's root cannot be searched.
  */
 std::string locateStudy(const std::string& study);
 
-/** Has the study's directory made. QXException: why that failed, if need be without a reason. */
+/** Lets the plug-in create the study's directory. QXException: that failed. */
 std::string makeStudy(const std::string& study);
 
 } // namespace storestate

@@ -1,4 +1,4 @@
-/** What several commands ask about files and directories. Nothing here changes a file. */
+/** Questions about files and directories that several commands have. Nothing here changes a file. */
 #ifndef TOOLS_FILES_FILES_H
 #define TOOLS_FILES_FILES_H
 
@@ -18,10 +18,10 @@ std::vector<std::string> namesIn(const std::string& directory);
 constexpr int TO_LOCK = W_OK | X_OK;        ///< rights that a lock needs in the lock directory
 constexpr int TO_SAVE = R_OK | W_OK | X_OK; ///< in a study's directory, which is opened to be synced
 
-/** Why this user lacks these rights (as access() takes them), and who owns the path; empty when nothing is missing. */
+/** Which error access() reports for these rights, and who owns the path; empty if the user has them. */
 std::string accessFault(const std::string& path, int rights);
 
-/** "No space left on device", with the path, where an ordinary user gets neither space nor inodes; otherwise empty. */
+/** "No space left on device", with the path, if an ordinary user can get no space or inode there; otherwise empty. */
 std::string spaceFault(const std::string& path);
 
 } // namespace storestate

@@ -32,11 +32,11 @@ bool isOlder(const LockFile& left, const LockFile& right) {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds QUIET(1);  ///< most locks are released by then
+constexpr std::chrono::seconds QUIET(1);  ///< wait that is not reported; most locks are released by then
 constexpr long SHORTEST_PAUSE = 50000000; ///< nanoseconds
 constexpr long SPREAD = 100000000;
 
-/** A signal ends it early. */
+/** Sleeps; a signal ends it early. */
 void pause() {
     const timespec time = {0, SHORTEST_PAUSE + rand() % SPREAD};
     nanosleep(&time, nullptr);

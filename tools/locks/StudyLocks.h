@@ -18,7 +18,7 @@ struct LockFile {
     std::string user;   ///< the owner's name, or number without a name
 };
 
-/** The study's lock, a file or a dangling link; nothing when it is not locked. QXIOException: that cannot be told. */
+/** The study's lock, a file or a dangling link; no value if it is not locked. QXIOException: lstat() failed. */
 std::optional<LockFile> findLock(const std::string& study);
 
 /** All locks of studies, oldest first. QXIOException: the lock directory cannot be read to its end. */
@@ -27,7 +27,7 @@ std::vector<LockFile> findLocks();
 constexpr int64_t OLD_SECONDS = 600;     ///< no call holds a lock that long
 constexpr int64_t CLOCK_DIFFERENCE = 60; ///< seconds by which the clock of a file server may be wrong unnoticed
 
-/** Whether the lock is at least so old. One dated in the future is so only for 0 seconds. */
+/** Whether the lock has at least this age. Every lock has the age 0, also one dated in the future. */
 bool isOld(const LockFile& lock, int64_t seconds);
 
 /** "3 h"; "in the future" for less than 0. */
@@ -36,7 +36,7 @@ std::string ageText(int64_t seconds);
 /** "held for 3 h by archive" */
 std::string holderText(const LockFile& lock);
 
-/** Who holds the study's lock now, the file and what to do. */
+/** Who holds the study's lock now, the lock file, and what to do. */
 std::string obstacleText(const std::string& study);
 
 /**

@@ -22,8 +22,8 @@ namespace storestate {
 namespace {
 
 /**
- * The files of a process, below an open directory: when the process is gone and its number is used again, they can no
- * longer be read.
+ * The path of a process's files through an open directory: if the process ends and its number is used again, they
+ * cannot be read any more.
  */
 std::string openProcess(const std::string& process) {
     const int directory = open(("/proc/" + process).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC); // until the end
@@ -40,7 +40,7 @@ std::string readProcessFile(const std::string& path, const std::string& process)
     return text;
 }
 
-/** Whether the user IDs of the process, real to saved, are all the caller's. `text`: its status file. */
+/** Whether all user IDs of the process are the caller's. `text`: its status file. */
 bool isOwn(const std::string& text) {
     std::istringstream status(text);
     for (std::string key; status >> key;) {
@@ -85,7 +85,7 @@ void refuseRoot(const std::vector<std::string>& words) {
     if (geteuid() != 0) {
         return;
     }
-    struct statx root; // as cached: an unreachable server must not keep this from being said
+    struct statx root; // cached values are enough: an unreachable server must not block this message
     const int result = statx(AT_FDCWD, environmentValue("REPOSITORY_DICOM_DATA"), AT_STATX_DONT_SYNC, STATX_UID, &root);
     const bool known = result == 0 && root.stx_uid != 0;
     std::string command = "runuser -u " + (known ? userName(root.stx_uid) : "USER") + " -- storestate";
@@ -94,7 +94,7 @@ void refuseRoot(const std::vector<std::string>& words) {
     }
     throw Failure("This tool does not run as root. Run it as the " +
                   std::string(known ? "owner of the repository" : "server's user") + ": " + command +
-                  " (--allow-root insists)");
+                  " (--allow-root overrides this)");
 }
 
 void takeEnvironment(const std::string& process) {
@@ -129,7 +129,7 @@ void requireVariables(const std::vector<std::string>& names, const std::optional
         const bool isNeeded = std::find(names.begin(), names.end(), variable.name) != names.end();
         if (isNeeded && *value != '/') { // a relative path depends on where a process was started
             faults += std::string(variable.name) + " (" + variable.meaning + ") is " +
-                      (*value == '\0' ? "not set; " : "not a whole path; ");
+                      (*value == '\0' ? "not set; " : "not an absolute path; ");
         }
     }
     if (!faults.empty()) {

@@ -9,8 +9,8 @@
 namespace storestate {
 
 /**
- * Failure when root calls the program, with the command to type instead. The server may be unable to read what root
- * writes, and the plug-in would run with root's rights. `words`: the command line.
+ * Failure if root calls the program, with the command to type instead. The server may be unable to read files written
+ * by root, and the plug-in would run with root's rights. `words`: the command line.
  */
 void refuseRoot(const std::vector<std::string>& words);
 
@@ -20,7 +20,7 @@ void refuseRoot(const std::vector<std::string>& words);
  */
 void takeEnvironment(const std::string& process);
 
-/** Failure when one of the variables is not set, or empty. `process`: where they were taken from, if from any. */
+/** Failure if one of the variables is not an absolute path. `process`: the process that they come from, if any. */
 void requireVariables(const std::vector<std::string>& names, const std::optional<std::string>& process);
 
 } // namespace storestate

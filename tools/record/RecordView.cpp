@@ -14,7 +14,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr size_t KEY_WIDTH = 16;
 
-/** One overload for each kind of property; numbers and flags are as in JSON. */
+/** One overload for each kind of property; this one for numbers and flags. */
 template <class Value>
 Json toJson(Value value) {
     return value;
@@ -32,7 +32,7 @@ Json toJson(const Devices* devices) {
     return names;
 }
 
-/** What a person reads; empty for a property that is not set. */
+/** The value as text; empty for a property that is not set. */
 std::string plainText(const Json& value) {
     if (value.is_boolean()) {
         return value.get<bool>() ? "yes" : "";
@@ -50,7 +50,7 @@ std::string plainText(const Json& value) {
     return names;
 }
 
-/** The lines of `text` that `other` lacks, made safe. */
+/** The lines of `text` that `other` lacks, sanitised. */
 std::vector<std::string> linesMissing(const std::string& text, const std::string& other) {
     const std::vector<std::string> others = splitLines(other);
     std::vector<std::string> missing;

@@ -12,13 +12,13 @@ namespace storestate {
 /** Every property under its key: number, text, true or false, list of names. */
 nlohmann::ordered_json recordJson(const StoreState& state);
 
-/** "  <key>  <value>", untrusted text made safe. */
+/** "  <key>  <value>", sanitised. */
 std::string propertyLine(const std::string& key, const std::string& value);
 
-/** The properties that are set, a line each. */
+/** The properties that are set, one per line. */
 std::string propertyLines(const StoreState& state);
 
-/** Prints the lines that the study's record loses, marked "-", and those that it gains, marked "+", under its name. */
+/** Prints the study, then the lines that its record loses, marked "-", and those that it gains, marked "+". */
 void printChange(const std::string& study, const std::string& before, const std::string& after);
 
 } // namespace storestate

@@ -49,7 +49,7 @@ std::string trimmed(std::string_view line) {
     return std::string(line);
 }
 
-/** `lastLine`: the last one that is not blank, if it has a key of a record. */
+/** `lastLine`: the last line that is not blank, if it has a known key. */
 std::string damageIn(std::string_view text, bool isLegible, const std::string& lastLine) {
     if (text.empty()) {
         return "The record is damaged: it is empty.";

@@ -9,10 +9,10 @@
 
 namespace storestate {
 
-/** What the text of a record tells besides its values. */
+/** What is wrong with the text of a record. */
 struct RecordText {
     std::vector<std::string> invalidLines; ///< neither blank nor comment, and without a key of a record
-    std::string damage;                    ///< what is broken; empty for a record that is whole
+    std::string damage;                    ///< a sentence; empty if the record is not damaged
 };
 
 /** Reads the text into `state`, without diagnostics. */
@@ -24,21 +24,21 @@ public:
     explicit StoredRecord(const std::string& study);
 
     /**
-     * Finds and reads the record. False: the repository does not know the study, or it has no record. QXException: why
-     * the plug-in could not say; QXIOException with errno: the file cannot be read.
+     * Finds and reads the record. False: the repository does not know the study, or it has no record. QXException: the
+     * plug-in failed; QXIOException with errno: the file cannot be read.
      */
     bool read();
 
-    /** read(), but without a record a Failure with STATUS_EXISTENCE. */
+    /** Calls read() and throws a Failure with STATUS_EXISTENCE if there is no record. */
     void require();
 
     /** Why read() was false. */
     std::string absence() const;
 
-    /** Reports the lines that have no meaning on standard error. */
+    /** Reports the invalid lines on standard error. */
     void reportInvalidLines() const;
 
-    /** The names of the legacy list that a conversion takes in. QXIOException with errno: it cannot be read. */
+    /** The names of the legacy list that a conversion adds. QXIOException with errno: it cannot be read. */
     std::vector<std::string> legacyNames() const;
 
     /** Where a save would write first: the deepest of the study's directories that exists, or the repository's root. */

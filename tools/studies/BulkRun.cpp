@@ -10,7 +10,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/** Counts on standard error, over what was there before. */
+/** Prints the counts on standard error, in place of the earlier ones. */
 void showProgress(size_t done, size_t total, size_t failed) {
     static Clock::time_point last;
     if (Clock::now() - last > std::chrono::milliseconds(50)) {
@@ -30,7 +30,7 @@ int workThrough(const std::string& command, const std::vector<std::string>& stud
     while (done < studies.size() && notedSignal() == 0 && outputFault().empty()) {
         const int result = work(studies[done]);
         if (notedSignal() != 0 && result == signalStatus()) {
-            break; // it waited for the lock, and nothing was done
+            break; // the signal ended the wait for the lock, and nothing was done
         }
         ++done;
         failed += result != STATUS_DONE ? 1 : 0;

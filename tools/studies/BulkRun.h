@@ -9,8 +9,8 @@ namespace storestate {
 
 /**
  * Runs `work`, which returns an exit status, on one study after the other and returns the combined status. A signal
- * that was noted, or output that nobody takes, ends the run after the current study; it then names the next one. With
- * `showsProgress` a terminal shows a progress bar.
+ * that was noted, or output that cannot be written, ends the run after the current study; the next one is then
+ * reported. With `showsProgress` the counts are shown on a terminal.
  */
 int workThrough(const std::string& command, const std::vector<std::string>& studies, bool showsProgress,
                 const std::function<int(const std::string& study)>& work);

@@ -32,8 +32,8 @@ bool isDirectory(const fs::path& path, std::vector<std::string>& errors) {
     return type == fs::file_type::directory;
 }
 
-/** Snapshots of a whole archive, and what an empty one has, too. */
-bool isNoStudy(const std::string& name) {
+/** Hidden names, such as snapshots of the archive, and the directory that every new ext4 has. */
+bool isIgnored(const std::string& name) {
     return name[0] == '.' || name == "lost+found";
 }
 
@@ -81,8 +81,8 @@ StudyWalk walkStudies(size_t limit) {
         }
         for (const std::string& name : names) {
             const std::string path = fs::path(directory) / name;
-            found.empty = found.empty && isNoStudy(name);
-            if (isNoStudy(name) || !isDirectory(path, found.unreadable)) {
+            found.empty = found.empty && isIgnored(name);
+            if (isIgnored(name) || !isDirectory(path, found.unreadable)) {
                 continue;
             }
             if (visits++ == limit) {

@@ -14,14 +14,14 @@ std::vector<std::string> parseStudyList(const std::string& text);
 /** The arguments, with "-" replaced by the list on standard input. Throws as parseStudyList(). */
 std::vector<std::string> collectStudies(const std::vector<std::string>& arguments);
 
-/** What the repository holds, whatever layout its plug-in uses. */
+/** What the repository holds, in any layout. */
 struct StudyWalk {
-    bool empty = true;                   ///< nothing but what a new file system has
+    bool empty = true;                   ///< no names except hidden ones and lost+found
     std::vector<std::string> studies;    ///< names of the directories with an information directory, sorted
     std::vector<std::string> unreadable; ///< the error of each directory that could not be read
 };
 
-/** Visits at most `limit` directories below REPOSITORY_DICOM_DATA, at most three levels down, where studies lie. */
+/** Visits at most `limit` directories on the first three levels below REPOSITORY_DICOM_DATA. */
 StudyWalk walkStudies(size_t limit = SIZE_MAX);
 
 } // namespace storestate

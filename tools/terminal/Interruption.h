@@ -4,16 +4,16 @@
 namespace storestate {
 
 /**
- * From here on a first SIGINT, SIGTERM or SIGHUP is only noted, so that the study in hand is finished and its lock
- * given back. A second one has its default effect. Signals that the caller ignores stay ignored. This lasts until the
- * program ends: a signal that comes when the work is done does not change the exit status.
+ * From now on a first SIGINT, SIGTERM or SIGHUP is only noted, so that the current study is finished and its lock
+ * released. A second one has its default effect. Signals that the caller ignores stay ignored. This lasts until the
+ * program ends: a signal that comes after the work does not change the exit status.
  */
 void deferSignals();
 
-/** The number of the signal that came; 0 when none did. */
+/** The number of the signal that came; 0 if none did. */
 int notedSignal();
 
-/** The exit status that tells of it, as a shell would. */
+/** The exit status for that signal, as in a shell. */
 inline int signalStatus() {
     return 128 + notedSignal();
 }

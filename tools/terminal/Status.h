@@ -42,7 +42,7 @@ constexpr char CLEAR_LINE[] = "\r\033[K";
 
 bool isTerminal(FILE* stream);
 
-/** Why standard output or standard error could not be written; empty when everything was. */
+/** Why standard output or standard error could not be written; empty if they could. */
 std::string outputFault();
 
 } // namespace storestate

@@ -1,4 +1,4 @@
-/** Untrusted text, made safe for a terminal or a shell, and plain text helpers. */
+/** Sanitises untrusted text for a terminal or a shell; other text helpers. */
 #ifndef TOOLS_TERMINAL_TEXT_H
 #define TOOLS_TERMINAL_TEXT_H
 
@@ -21,7 +21,7 @@ std::string jsonText(const nlohmann::ordered_json& json);
 /** `word`, quoted if a shell would otherwise interpret it. */
 std::string shellWord(const std::string& word);
 
-/** `word` with as many blanks as make it `width` wide; at least one. */
+/** `word` padded with blanks to `width`; at least one blank. */
 std::string padded(const std::string& word, size_t width);
 
 /** The lines of `text`, without their line ends. */
