@@ -1,7 +1,6 @@
 /**
- * What scripts/check-cost counts: calls of `modify`, as the library exports it, behind a function table that hands out
- * plain strings. There is no virtual machine, so that nothing else is in the count. Prints how many pages were faulted
- * in.
+ * What scripts/check-cost counts: calls of the exported `modify` with a JNI function table that uses plain strings.
+ * There is no virtual machine, so that nothing else is counted. Prints the number of page faults.
  *
  *   storestate_cost LIBRARY STUDY CALLS
  */

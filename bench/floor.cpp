@@ -1,6 +1,6 @@
 /**
  * The native methods of Floor: the system calls of one `modify` of an existing record, and nothing else. All paths are
- * made beforehand, the record is written as it was read, and no failure is told apart from another.
+ * made beforehand, the record is written as it was read, and all failures have the same result.
  */
 #include "support/Export.h"
 
@@ -59,7 +59,7 @@ bool closed(int file) {
     return file >= 0 && close(file) == 0;
 }
 
-/** Reads to the end of the file; -1 when the buffer is too small, too. */
+/** Reads to the end of the file; -1 on failure, or if the buffer is too small. */
 ssize_t readFile(const std::string& path, char* buffer, size_t size) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const ssize_t length = read(file, buffer, size);
@@ -98,7 +98,7 @@ bool modify(const Study& study) {
         return false;
     }
     const bool hasInfo = mkdir(study.info.c_str(), 0775) == 0 || errno == EEXIST;
-    // The temporary file's name holds the number, which is made beforehand; the call is part of what a modify costs.
+    // `modify` calls getpid() for the name of the temporary file; here the name exists already, but the call counts.
     return hasInfo && getpid() > 0 && writeFile(study.temporary, buffer, size) &&
            rename(study.temporary.c_str(), study.record.c_str()) == 0 && syncDirectory(study.info) &&
            unlink(study.lock.c_str()) == 0;

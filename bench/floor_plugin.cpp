@@ -1,4 +1,4 @@
-/** The least that a repository plug-in can be: it looks whether a study's directory is there. */
+/** The smallest repository plug-in: it checks whether a study's directory exists. */
 #include "support/Export.h"
 
 #include <sys/stat.h>

@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/storestate)
 
 install(TARGETS storestate EXPORT storestate LIBRARY DESTINATION ${STORESTATE_JNIDIR} COMPONENT jni)
-# so that REPOSITORY_HANDLER_HOME=<prefix>/<libdir>/storestate works as it stands
+# REPOSITORY_HANDLER_HOME is then <prefix>/<libdir>/storestate
 install(TARGETS RepositoryHandler LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/storestate/lib COMPONENT jni)
 
 if(NOT STORESTATE_DEBIAN)
@@ -20,7 +20,7 @@ install(EXPORT storestate NAMESPACE storestate:: FILE storestate-config.cmake
 write_basic_package_version_file(storestate-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/storestate-config-version.cmake DESTINATION ${package_dir} COMPONENT dev)
 
-# The same for those who do without CMake; like the package above it may be moved.
+# The same for builds without CMake; like the CMake package, it is relocatable.
 set(pc_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH pc_libdir /${pc_dir} /${STORESTATE_JNIDIR})
 file(RELATIVE_PATH pc_includedir /${pc_dir} /${CMAKE_INSTALL_INCLUDEDIR}/storestate)

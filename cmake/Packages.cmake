@@ -1,10 +1,10 @@
-# Debian packages, by the preset "deb": one for each component of cmake/Install.cmake.
+# Debian packages, built with the preset "deb": one for each component of cmake/Install.cmake.
 if(NOT STORESTATE_DEBIAN)
     return()
 endif()
 
 set(CPACK_PACKAGE_CONTACT "Store-state maintainers <storestate@localhost>")
-# Below any revision of Debian's own.
+# Older than any revision that Debian would use.
 set(CPACK_DEBIAN_PACKAGE_RELEASE 0local1)
 set(package_version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
 
@@ -89,8 +89,8 @@ set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS "libstorestate-jni (= ${package_version})")
 
 set(CPACK_COMPONENT_DEV_DESCRIPTION "${summary}: for authors of plug-ins
-The headers, the CMake and pkg-config files, and an example, for programs
-that tell the library where a study lies.")
+The headers, the CMake and pkg-config files, and an example, for plug-ins
+that tell the library where a study is stored.")
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libstorestate-jni (= ${package_version})")
 include(CPack)

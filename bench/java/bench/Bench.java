@@ -9,7 +9,7 @@ import java.util.Locale;
 /** Measures what README's table shows and prints it; scripts/bench starts it. */
 final class Bench {
     private static final Path MEMORY = Path.of("/dev/shm");
-    private static final int STUDIES = 16; // that take turns
+    private static final int STUDIES = 16; // used in turn
     private static final int MANY = 10_000;
 
     private final Path build;

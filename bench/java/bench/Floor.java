@@ -1,6 +1,6 @@
 package bench;
 
-/** The system calls of one {@code modify}, without anything between them. */
+/** Only the system calls of one {@code modify}: no implementation can be faster. */
 final class Floor implements Subject {
     private final long[] studies;
 
@@ -16,7 +16,7 @@ final class Floor implements Subject {
         return modify(studies[number % studies.length]);
     }
 
-    /** Makes the paths of a study once and for all; the result stands for it. */
+    /** Makes the paths of a study; the result is a handle for {@link #modify}. */
     private static native long prepare(String plugin, String repository, String locks, String study);
 
     private static native boolean modify(long study);

@@ -15,7 +15,7 @@ final class Modify implements Subject {
         return StoreState.modify(studies[number % studies.length], StoreState.MUST_EXIST, options(number), false);
     }
 
-    /** What the peers change as well, to another value each time: some do nothing when nothing changes. */
+    /** The change that all subjects make. The value is new each time, because some do nothing if nothing changes. */
     static String[] options(int number) {
         return new String[] {"--stagestate", "state" + number};
     }

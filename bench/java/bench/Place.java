@@ -9,7 +9,7 @@ import java.util.List;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
-/** A repository and a lock directory of their own, on the file system to be measured; gone when closed. */
+/** A private repository and lock directory on the file system to be measured; {@link #close} deletes both. */
 final class Place implements AutoCloseable {
     final Path root;
     final Path repository;
@@ -21,7 +21,7 @@ final class Place implements AutoCloseable {
         locks = Files.createDirectory(root.resolve("locks"));
     }
 
-    /** From now on the library works here. */
+    /** From now on the library uses these directories. */
     void enter() {
         Floor.setEnvironment("REPOSITORY_DICOM_DATA", repository.toString());
         Floor.setEnvironment("LOCK_VAR", locks.toString());
@@ -49,12 +49,12 @@ final class Place implements AutoCloseable {
         }
     }
 
-    /** A record with all lines; the checkout is the working directory. */
+    /** A record with all lines. The working directory must be the checkout. */
     static String fullRecord() throws IOException {
         return Files.readString(Path.of("bench/full.rec"));
     }
 
-    /** A record with one long list of devices, in lines that the reader takes. */
+    /** A record with one long list of devices, in lines that are not too long for the reader. */
     static String recordWithDevices(int count) {
         StringBuilder record = new StringBuilder("Version=\"1\"\nStageState=\"online\"\n");
         for (int i = 0; i < count; i++) {

@@ -15,8 +15,8 @@ import java.util.Map;
 /**
  * The same contract in plain Java: lock file, parse, change, temporary file, sync, atomic move, sync of the directory.
  *
- * <p>It does less: no plug-in says where a study lies, no log line is written, device lists stay texts, and nothing
- * checks that the record reads back as it was.
+ * <p>It does less: there is no plug-in and no log line, device lists are not parsed, and nothing checks that the record
+ * will be read as it was written.
  */
 final class PlainJava implements Subject {
     private final Place place;

@@ -11,11 +11,11 @@ import java.util.concurrent.Future;
 import java.util.concurrent.ThreadPoolExecutor;
 
 /**
- * Times subjects against each other: many short batches in turn, so that what else happens on the machine hits all of
- * them alike. The first subject is the one that the others are compared with, batch by batch of the same round.
+ * Compares the times of subjects: they run many short batches in turn, so that other load on the machine affects all of
+ * them equally. In each round, the others are compared with the first subject.
  */
 final class Rounds {
-    /** One subject, and where the library works during its batches. */
+    /** One subject, and the directories that the library uses during its batches. */
     private static final class Entry {
         final String name;
         final Place place;
@@ -37,7 +37,7 @@ final class Rounds {
 
     private final List<Entry> entries = new ArrayList<>();
 
-    /** With several threads a batch is shared by them, and the time per call is that of the whole. */
+    /** Several threads share a batch; the time per call is then the time of the batch divided by all calls. */
     Rounds add(String name, Place place, Subject subject, int threads) {
         entries.add(new Entry(name, place, subject, threads));
         return this;
@@ -51,7 +51,7 @@ final class Rounds {
         List<Entry> order = new ArrayList<>(entries);
         Random random = new Random(1);
         for (int round = 0; round < rounds; round++) {
-            // In another order each time: nobody always finds the caches as the same neighbour left them.
+            // In random order, so that no subject always runs after the same one and finds its caches.
             Collections.shuffle(order, random);
             for (Entry entry : order) {
                 entry.micros[round] = time(entry, batch) / 1e3 / batch;
@@ -87,7 +87,7 @@ final class Rounds {
         return System.nanoTime() - start;
     }
 
-    /** Each thread has the numbers of its own remainder, and with them studies of its own. */
+    /** Each thread has the numbers with its own remainder, and so its own studies. */
     private static long timeThreads(Entry entry, int first, int batch) throws Exception {
         ThreadPoolExecutor pool = (ThreadPoolExecutor) Executors.newFixedThreadPool(entry.threads);
         pool.prestartAllCoreThreads();

@@ -11,8 +11,8 @@ import java.util.Properties;
 /**
  * SQLite through JDBC, one row per study: read the row, change it, commit durably.
  *
- * <p>It does less: the fields stay texts and are not parsed, no plug-in and no log take part, and one writer at a time
- * holds up all studies.
+ * <p>It does less: the fields are not parsed, there is no plug-in and no log line, and one writer at a time blocks all
+ * studies.
  */
 final class SqliteStore implements Subject, AutoCloseable {
     private static final String[] COLUMNS = {"version", "owner", "processMode", "stageState", "folder", "source",
