@@ -16,8 +16,7 @@ constexpr CheckPart PARTS[] = {
     {"LOCK_VAR", MOUNT_REMEDY, checkLockDirectory},
     {"REPOSITORY_HANDLER_HOME", "have the plug-in repaired: the server's calls fail in the same way", checkPlugin},
     {"database",
-     "check that the server is reachable and not overloaded: calls on new studies hang there and hold their "
-     "locks",
+     "check that the server is reachable and not overloaded: calls on new studies hang and keep their locks",
      checkDatabase},
     {"system log", "restart the system log", checkSystemLog},
 };

@@ -118,7 +118,8 @@ void checkRepository(const Report& report) {
         return;
     }
     const std::string path = environmentValue(REPOSITORY);
-    if (walkStudies(VISITS).empty) {
+    const bool isEmpty = walkStudies(VISITS).empty;
+    if (isEmpty) {
         report({Verdict::NOTE, REPOSITORY, path + " holds no study",
                 "fine for a new archive; otherwise mount the archive: an empty mount point looks the same"});
     }
@@ -132,7 +133,8 @@ void checkRepository(const Report& report) {
     const std::string denied = accessFault(path, TO_SAVE);
     const std::string fault = denied.empty() ? spaceFault(path) : denied;
     if (!fault.empty()) {
-        report({Verdict::BAD, REPOSITORY, fault, remedyForWriting(error)});
+        report({Verdict::BAD, REPOSITORY, fault,
+                (isEmpty && !denied.empty() ? "mount the archive, or " : "") + remedyForWriting(error)});
     } else {
         reportPlace(report, REPOSITORY, path);
     }

@@ -16,8 +16,7 @@ struct Remedy {
     const char* text;
 };
 
-constexpr char REACH[] = "check that the server runs and that MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT, are "
-                         "right";
+constexpr char REACH[] = "check that the server runs; check MYSQL_UNIX_PORT, or MYSQL_HOST and MYSQL_TCP_PORT";
 constexpr char CONNECT[] =
     "let the user in ARQ_USER connect from this machine without a password; if it may, the server perhaps requires TLS "
     "(SHOW VARIABLES LIKE 'require_secure_transport'): use its socket (MYSQL_UNIX_PORT)";
