@@ -11,7 +11,7 @@
  * nextRecord() explain it in `errorText`. A success empties that text. There are no timeouts: an operation waits as
  * long as the server does not answer.
  *
- * A session belongs to one thread at a time. Several threads may create and use sessions of their own in parallel.
+ * A session belongs to one thread at a time. Several threads may create and use separate sessions in parallel.
  */
 #ifndef DB_DB_QUERY_H
 #define DB_DB_QUERY_H

@@ -1,6 +1,6 @@
 /**
- * The native methods of quillon.util.StoreState. They keep no state in memory between calls. No C++ exception reaches
- * the virtual machine and no Java exception is left pending: every failure is the result false.
+ * The native methods of quillon.util.StoreState. They keep nothing about a study between calls. No C++ exception
+ * reaches the virtual machine and no Java exception is left pending: every failure is the result false.
  */
 #include "jni/JavaArrayElement.h"
 #include "jni/JavaString.h"

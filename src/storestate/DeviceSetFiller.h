@@ -2,7 +2,7 @@
  * Adds many names to a device set, each once. The set searches linearly; from a few dozen names on the filler uses an
  * index, so that reading a list of thousands takes linear time.
  *
- * While a filler is in use, nobody else may change its set.
+ * While a filler is in use, nothing else may change its set.
  */
 #ifndef STORESTATE_DEVICESETFILLER_H
 #define STORESTATE_DEVICESETFILLER_H

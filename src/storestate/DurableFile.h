@@ -62,7 +62,7 @@ public:
 
 private:
     OFString path;
-    std::shared_ptr<DIR> listed; ///< closes `directory`; null: the destructor does
+    std::shared_ptr<DIR> listed; ///< owns `directory`; if null, the destructor closes it
     int directory;
 };
 

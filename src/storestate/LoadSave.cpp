@@ -80,7 +80,7 @@ bool StoreState::save() {
     const std::string text = textToSave();
 
     OFString directory;
-    provideDirectory(directory);
+    createStudyDirectory(directory);
     const OFString info = infoDirectoryPath(directory);
     const OFString record = recordPath(directory);
     const bool made = makeInfoDirectory(info);

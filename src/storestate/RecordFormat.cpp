@@ -130,7 +130,7 @@ void DeviceList::write(std::string& out, std::string_view key, const StoreState&
     }
 }
 
-/** The first name that did not come back in its place. */
+/** The first name that was not read back at its place. */
 const OFString* DeviceList::lost(const StoreState& written, const StoreState& reread) const {
     const Devices& before = written.*member;
     const Devices& after = reread.*member;

@@ -50,7 +50,7 @@ bool StoreState::locate(OFString& directory) const {
     return takePath(getLocation(repositoryRoot(), studyId.c_str(), nullptr), directory);
 }
 
-void StoreState::provideDirectory(OFString& directory) const {
+void StoreState::createStudyDirectory(OFString& directory) const {
     if (!takePath(createDirectory(repositoryRoot(), studyId.c_str(), nullptr, false), directory)) {
         throw QXException(1, "Study %s could not be created in repository.", studyId.c_str());
     }

@@ -175,7 +175,7 @@ private:
     void requireRepository() const;
     bool locate(OFString& directory) const;
     bool isShared(const OFString& directory);
-    void provideDirectory(OFString& directory) const;
+    void createStudyDirectory(OFString& directory) const;
     void refuseUnreadRecord(const OFString& directory);
     void deleteLegacyList();
 

@@ -83,7 +83,7 @@ std::optional<int> reap(pid_t process, Clock::time_point deadline) {
     int status = 0;
     while (waitpid(process, &status, WNOHANG) == 0) {
         if (Clock::now() >= deadline) {
-            kill(process, SIGKILL); // it may hang in a call that nothing interrupts, so nobody waits for its end
+            kill(process, SIGKILL); // do not wait for its end: it may hang in an uninterruptible system call
             return std::nullopt;
         }
         std::this_thread::sleep_for(milliseconds(1));

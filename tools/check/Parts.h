@@ -1,4 +1,4 @@
-/** The parts of the check, each in a process of its own. */
+/** The parts of the check, each in a separate process. */
 #ifndef TOOLS_CHECK_PARTS_H
 #define TOOLS_CHECK_PARTS_H
 

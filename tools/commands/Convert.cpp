@@ -71,7 +71,7 @@ int convertRecords(const ConvertRequest& request) {
     const int lockSeconds = request.lockSeconds.value_or(studies.size() > 1 ? 0 : StoreState::LOCK_SECONDS);
     Counts counts;
     deferSignals();
-    const int status = workThrough("convert", studies, !request.dryRun, [&](const std::string& study) {
+    const int status = forEachStudy("convert", studies, !request.dryRun, [&](const std::string& study) {
         const int result = guarded(study, [&] { return convert(request, study, lockSeconds, counts); });
         counts.locked += result == STATUS_TIMEOUT ? 1 : 0;
         const bool interrupted = notedSignal() != 0 && result == signalStatus();

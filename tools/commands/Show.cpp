@@ -45,7 +45,7 @@ int showRecord(const std::string& study, Json* list) {
 
 int showRecords(const Studies& studies, bool asJson) {
     Json list = Json::array();
-    const int status = workThrough("show", studies, false, [&](const std::string& study) {
+    const int status = forEachStudy("show", studies, false, [&](const std::string& study) {
         return guarded(study, [&] { return showRecord(study, asJson ? &list : nullptr); });
     });
     if (asJson) {

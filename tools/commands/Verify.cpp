@@ -103,7 +103,7 @@ int verifyRecords(const Studies& arguments) {
         readable = complain("verify", fault);
     }
     std::map<std::string, size_t> counts;
-    const int status = workThrough("verify", walk.studies, false, [&](const std::string& study) {
+    const int status = forEachStudy("verify", walk.studies, false, [&](const std::string& study) {
         return guarded(study, [&] {
             const std::string kind = Verification(study).run();
             ++counts[kind];

@@ -21,8 +21,8 @@ void showProgress(size_t done, size_t total, size_t failed) {
 
 } // namespace
 
-int workThrough(const std::string& command, const std::vector<std::string>& studies, bool showsProgress,
-                const std::function<int(const std::string& study)>& work) {
+int forEachStudy(const std::string& command, const std::vector<std::string>& studies, bool showsProgress,
+                 const std::function<int(const std::string& study)>& work) {
     size_t done = 0;
     size_t failed = 0;
     int status = STATUS_DONE;

@@ -12,8 +12,8 @@ namespace storestate {
  * that was noted, or output that cannot be written, ends the run after the current study; the next one is then
  * reported. With `showsProgress` the counts are shown on a terminal.
  */
-int workThrough(const std::string& command, const std::vector<std::string>& studies, bool showsProgress,
-                const std::function<int(const std::string& study)>& work);
+int forEachStudy(const std::string& command, const std::vector<std::string>& studies, bool showsProgress,
+                 const std::function<int(const std::string& study)>& work);
 
 } // namespace storestate
 
