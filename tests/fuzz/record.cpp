@@ -1,24 +1,18 @@
 // The input is a record, a legacy list and pairs of options, separated by the character 1E. They are read and applied
 // as by load(), convert() and modify(). Whatever was read can be stored. A changed record is refused exactly if it
 // would not read back the same.
+#undef NDEBUG
 #include "storestate/Conversion.h"
 #include "storestate/ModifyOptions.h"
 #include "storestate/RecordFormat.h"
 #include "storestate/TextFile.h"
-#include "support/QXException.h"
 
-#include <unistd.h>
+#include <cassert>
+#include <sstream>
 
 using namespace storestate;
 
 namespace {
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        dprintf(STDERR_FILENO, "violated: %s\n", what);
-        abort();
-    }
-}
 
 void read(StoreState& state, std::string_view text) {
     RecordReader reader(state, nullptr);
@@ -59,27 +53,23 @@ bool readsBack(const StoreState& state) {
     return formatRecord(again) == formatRecord(state) && values(again) == values(state);
 }
 
-std::string take(std::string& input) {
-    const std::string part = input.substr(0, input.find('\x1e'));
-    input.erase(0, part.size() + 1);
-    return part;
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    std::string input(data, data + size);
+    std::istringstream input(std::string(data, data + size));
+    std::string record, list, name, value;
+    std::getline(input, record, '\x1e');
+    std::getline(input, list, '\x1e');
     StoreState state("S", ".");
     state.autoForwardDevices.push_back(new StoreState::StoreDevice("PACS1", "C")); // so that no database is asked
-    read(state, take(input));
-    require(readsBack(state), "what was read can be stored");
-    readLegacyList(state, take(input));
-    while (!input.empty()) {
-        const std::string name = take(input).c_str(); // up to a NUL, as from Java
-        const std::string value = take(input).c_str();
-        applyModifyOption(state, name, value);
+    read(state, record);
+    assert(readsBack(state) && "what was read can be stored");
+    readLegacyList(state, list);
+    while (std::getline(input, name, '\x1e')) {
+        std::getline(input, value, '\x1e');
+        applyModifyOption(state, name.c_str(), value.c_str()); // up to a NUL, as from Java
     }
     const bool storable = !findUnstorable(state, formatRecord(state)).has_value();
-    require(storable == readsBack(state), "a record is refused exactly if it would not read back the same");
+    assert(storable == readsBack(state) && "a record is refused exactly if it would not read back the same");
     return 0;
 }
