@@ -14,17 +14,11 @@
 
 /** The injected error of the call that is about to be noted; 0: none. */
 static int injectedError(Op op) {
-    const size_t index = trace.size();
-    if (index == plan.at) {
+    const bool later = trace.size() > plan.at;
+    if (trace.size() == plan.at || (later && plan.how == Plan::SAME && op == trace[plan.at].op)) {
         return plan.error;
     }
-    if (index < plan.at) {
-        return 0;
-    }
-    if (plan.how == Plan::SAME && op == trace[plan.at].op) {
-        return plan.error;
-    }
-    return plan.how == Plan::ALL ? EIO : 0;
+    return later && plan.how == Plan::ALL ? EIO : 0;
 }
 
 /** Notes a call. Unless it is to fail, `work` does it, or the given fraction of it: 1 for all, 2 for half. */
@@ -37,8 +31,9 @@ static int pass(Op op, const char* name, const std::string& path, const std::str
         raise(SIGKILL);
     }
     const int error = injectedError(op);
-    const bool done = error <= 0 || error == EEXIST || op == CLOSE; // EEXIST: another process did it just before
-    ssize_t result = done ? work(error == SHORT ? 2 : 1) : -1;
+    const bool tried = error <= 0 || error == EEXIST || op == CLOSE; // EEXIST: another process did it just before
+    ssize_t result = tried ? work(error == SHORT ? 2 : 1) : -1;
+    const bool done = result >= 0;
     if (error > 0) {
         result = -1;
         errno = error;
@@ -46,8 +41,7 @@ static int pass(Op op, const char* name, const std::string& path, const std::str
     if ((op == OPEN || op == OPENDIR) && result >= 0) {
         openFiles[static_cast<int>(result)] = path;
     }
-    const std::string& written = op == WRITE && result > 0 ? argument.substr(0, static_cast<size_t>(result)) : argument;
-    trace.push_back({op, name, places[path], path, written, error > 0, result < 0 ? errno : 0});
+    trace.push_back({op, name, places[path], path, argument, done, error > 0, result < 0 ? errno : 0});
     return static_cast<int>(result);
 }
 
@@ -62,6 +56,11 @@ static int lookOnDevice(const char* path, struct stat* status) {
     return result;
 }
 
+static Op opOfStatx(int flags) {
+    const Op refreshing = (flags & AT_EMPTY_PATH) != 0 ? FSTAT : REFRESH;
+    return (flags & AT_STATX_FORCE_SYNC) != 0 ? refreshing : Op{STAT};
+}
+
 // The plug-in, loaded at run time, calls these, too. The headers rename them for 64-bit file offsets and times.
 #define CALL(op, type, name, parameters, path, argument, work)                                                         \
     extern "C" STORESTATE_EXPORT type name parameters {                                                                \
@@ -72,8 +71,8 @@ CALL(OPEN, int, open, (const char* path, int flags, ...), path, (flags & O_CLOEX
 CALL(CLOSE, int, close, (int file), pathOf(file), "", (openFiles.erase(file), syscall(SYS_close, file)))
 CALL(READ, ssize_t, read, (int file, void* buffer, size_t size), pathOf(file), "",
      syscall(SYS_read, file, buffer, (size + parts - 1) / parts))
-CALL(WRITE, ssize_t, write, (int file, const void* buffer, size_t size), pathOf(file),
-     std::string(static_cast<const char*>(buffer), size), syscall(SYS_write, file, buffer, (size + parts - 1) / parts))
+CALL(WRITE, ssize_t, write, (int file, const void* buffer, size_t size), pathOf(file), "",
+     syscall(SYS_write, file, buffer, (size + parts - 1) / parts))
 CALL(FSYNC, int, fsync, (int file), pathOf(file), "", syscall(SYS_fsync, file))
 CALL(RENAME, int, rename, (const char* from, const char* to) noexcept, from, to, renameat(AT_FDCWD, from, AT_FDCWD, to))
 CALL(UNLINK, int, unlink, (const char* path) noexcept, path, "", unlinkat(AT_FDCWD, path, 0))
@@ -81,6 +80,8 @@ CALL(MKDIR, int, mkdir, (const char* path, mode_t mode) noexcept, path, "", mkdi
 CALL(STAT, int, stat, (const char* path, struct stat* status) noexcept, path, "", lookOnDevice(path, status))
 CALL(LSTAT, int, lstat, (const char* path, struct stat* status) noexcept, path, "",
      fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW))
+CALL(opOfStatx(flags), int, statx, (int file, const char* path, int flags, unsigned mask, struct statx* status),
+     (flags & AT_EMPTY_PATH) != 0 ? pathOf(file) : path, "", syscall(SYS_statx, file, path, flags, mask, status))
 CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, path, "",
      (system->f_type = ofCluster ? 0x65735546 : 0x01021994, 0))
 CALL(CLOSE, int, closedir, (DIR * directory), pathOf(dirfd(directory)), "",
@@ -100,14 +101,8 @@ extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
     }
     return entry;
 }
-extern "C" STORESTATE_EXPORT int statx(int directory, const char* path, int flags, unsigned mask,
-                                       struct statx* status) {
-    const auto look = [&](size_t) { return syscall(SYS_statx, directory, path, flags, mask, status); };
-    const std::string refreshed = (flags & AT_STATX_FORCE_SYNC) != 0 ? "refreshed" : "";
-    const bool open = (flags & AT_EMPTY_PATH) != 0;
-    return pass(open ? FSTAT : STATX, "statx", open ? pathOf(directory) : path, refreshed, look);
-}
 extern "C" STORESTATE_EXPORT int nanosleep(const timespec* time, timespec*) {
+    ++pauses;
     paused(static_cast<long>(time->tv_sec));
     return 0;
 }

@@ -10,7 +10,7 @@
 
 using Op = int;
 enum : Op { OPEN = 1, CLOSE = 2, READ = 4, WRITE = 8, FSYNC = 16, RENAME = 32, UNLINK = 64, MKDIR = 128, STAT = 256 };
-enum : Op { LSTAT = 512, FSTAT = 1024, STATFS = 2048, OPENDIR = 4096, READDIR = 8192, STATX = 16384 };
+enum : Op { LSTAT = 512, FSTAT = 1024, STATFS = 2048, OPENDIR = 4096, READDIR = 8192, REFRESH = 16384 };
 enum Place { ROOT = 1, STUDY = 2, INFO = 4, RECORD = 8, TEMPORARY = 16, LIST = 32, LOCK = 64 };
 
 struct Call {
@@ -18,7 +18,8 @@ struct Call {
     const char* name; ///< of the function
     Place place;
     std::string path;
-    std::string argument; ///< the text that was written, the new path of a rename, "inheritable" without O_CLOEXEC
+    std::string argument; ///< the new path of a rename; "inheritable" without O_CLOEXEC
+    bool done;            ///< it took effect, whatever it returned
     bool injected;        ///< the plan made it fail
     int error;            ///< 0: success
 };
@@ -40,5 +41,6 @@ inline std::map<int, std::string> openFiles; ///< paths by descriptor
 inline bool ofCluster = false;                                            ///< what statfs tells of all files
 inline std::function<void(struct dirent&)> shown = [](struct dirent&) {}; ///< may change what a directory lists
 inline std::function<void(long)> paused = [](long) {}; ///< between two looks, for so many seconds; no time is spent
+inline int pauses = 0;
 
 #endif
