@@ -17,15 +17,13 @@ constexpr size_t NAME_LENGTH = 8; ///< of all devices, so that a torn name is no
 
 /** "true", or "false" and the reason, which the Java methods do not give. */
 std::string answer(const std::function<bool()>& work) {
-    std::string reason;
     try {
-        if (work()) {
-            return "true";
-        }
+        return work() ? "true" : "false";
     } catch (const QXException& failure) {
+        std::string reason;
         failure.toString(reason);
+        return "false " + reason;
     }
-    return reason.empty() ? "false" : "false " + reason;
 }
 
 bool modify(const std::string& study, int mode, const std::string& device) {

@@ -23,7 +23,6 @@ fi
 export LOCK_VAR=$work/locks REPOSITORY_DICOM_DATA=$work/repository REPOSITORY_HANDLER_HOME=$build PATH=$build/bin:$PATH
 export MYSQL_HOST=127.0.0.1 MYSQL_TCP_PORT=$STORESTATE_TCP_PORT LC_ALL=C
 unset MYSQL_UNIX_PORT
-export ASAN_OPTIONS=verify_asan_link_order=0:${ASAN_OPTIONS-} # libraries are preloaded
 mkdir "$LOCK_VAR" "$REPOSITORY_DICOM_DATA" && cd "$work" || exit
 
 # Runs a line and compares exit status and output with standard input, in which WORK stands for the folder.
