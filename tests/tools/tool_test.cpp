@@ -1,13 +1,17 @@
 // What the tool computes: texts, what a record's text and a refused value tell; and the effect of signals.
 #include "diagnosis/Explanation.h"
+#include "files/Files.h"
 #include "record/StoredRecord.h"
 #include "storestate/ModifyOptions.h"
+#include "support/Export.h"
 #include "support/Testing.h"
 #include "terminal/Interruption.h"
 #include "terminal/Text.h"
 
 #include <clocale>
 #include <csignal>
+#include <dirent.h>
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -28,6 +32,14 @@ TEST(ToolText, ReplacesWhatControlsATerminal) {
     EXPECT_EQ(printable("\u2065\u2066\u2069\u206a"), "\u2065??\u206a") << "isolates";
     EXPECT_EQ(printable("\x80z\xc1\x81ä\xe2\x82"), "?z??ä??") << "invalid UTF-8";
     EXPECT_EQ(jsonText({"\u202e\x1b\xff"}), "[\n  \"\\u202e\\u001b\\ufffd\"\n]\n");
+}
+
+bool directoriesFail = false;
+
+TEST(NamesIn, ReportsADirectoryThatCannotBeReadToItsEnd) {
+    directoriesFail = true;
+    EXPECT_EQ(thrown([] { namesIn("/"); }), "IO Exception: [5] Reading directory failed: / Input/output error");
+    directoriesFail = false;
 }
 
 std::string damageOf(const std::string& text) {
@@ -88,3 +100,9 @@ TEST(Interruption, ASecondSignalEndsAtOnceAndIgnoredOnesStayIgnored) {
 }
 
 } // namespace
+
+extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
+    errno = directoriesFail ? EIO : errno;
+    const auto next = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
+    return directoriesFail ? nullptr : next(directory);
+}
