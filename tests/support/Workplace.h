@@ -9,16 +9,10 @@
 #include <string>
 #include <unistd.h>
 
-/** Sets an environment variable; null unsets it. */
 inline void setVariable(const char* name, const char* value) {
-    if (value != nullptr) {
-        setenv(name, value, 1);
-    } else {
-        unsetenv(name);
-    }
+    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
 }
 
-/** A variable that scripts/lib/with-mariadb sets for its command. */
 inline std::string serverSetting(const std::string& name) {
     const char* value = getenv(name.c_str());
     if (value == nullptr) {
@@ -27,12 +21,10 @@ inline std::string serverSetting(const std::string& name) {
     return value;
 }
 
-/** For tests that need the database server. */
 inline void requireServer() {
     serverSetting("STORESTATE_TEST_SERVER");
 }
 
-/** The path of this process's snapshot. */
 inline std::string snapshotPath() {
     return "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
 }
@@ -46,15 +38,12 @@ public:
     Workplace() {
         std::string pattern = (std::filesystem::temp_directory_path() / "storestate-test.XXXXXX").string();
         root = mkdtemp(pattern.data());
-        for (const std::string& directory : {locks(), repository()}) {
-            std::filesystem::create_directory(directory);
-        }
+        std::filesystem::create_directory(locks());
+        std::filesystem::create_directory(repository());
         setVariable("REPOSITORY_DICOM_DATA", repository().c_str());
         setVariable("REPOSITORY_HANDLER_HOME", STORESTATE_BUILD_DIR);
         setVariable("LOCK_VAR", locks().c_str());
     }
-    Workplace(const Workplace&) = delete;
-    Workplace& operator=(const Workplace&) = delete;
     ~Workplace() {
         std::filesystem::remove_all(root);
         std::filesystem::remove(snapshotPath());
@@ -67,7 +56,6 @@ public:
     std::string record(const std::string& study) const { return info(study) + "/storestate.rec"; }
     std::string legacyList(const std::string& study) const { return info(study) + "/fwds"; }
 
-    /** Writes a file and creates its parent directories. */
     static void write(const std::string& path, const std::string& text) {
         std::filesystem::create_directories(std::filesystem::path(path).parent_path());
         std::ofstream(path, std::ios::binary) << text;
