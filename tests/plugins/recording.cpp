@@ -4,7 +4,6 @@
 #include <cstring>
 #include <fstream>
 #include <string>
-#include <unistd.h>
 
 using Text = const char*;
 
@@ -15,10 +14,6 @@ static Result record(Result result, Text name, Text first, Args... others) {
     ((calls << ", " << others), ...);
     calls << ")";
     return result;
-}
-
-static void* marker(intptr_t number) {
-    return reinterpret_cast<void*>(number);
 }
 
 static char* path(const std::string& repository, const std::string& study) {
@@ -38,11 +33,11 @@ void checkOverload_(Text repository) {
 }
 
 void* listDirs_(Text repository, void* opaque, bool flag) {
-    return record(marker(3), "listDirs", repository, opaque, flag);
+    return record(reinterpret_cast<void*>(3), "listDirs", repository, opaque, flag);
 }
 
 void* listFiles_(Text repository, void* opaque, bool flag) {
-    return record(marker(4), "listFiles", repository, opaque, flag);
+    return record(reinterpret_cast<void*>(4), "listFiles", repository, opaque, flag);
 }
 
 int32_t removeResource_(Text repository, Text resource) {
@@ -58,23 +53,13 @@ int32_t getRepositoryStatus_(Text repository) {
 }
 
 void* createLocation_(Text repository, Text fileName, void* opaque, bool flag) {
-    return record(marker(8), "createLocation", repository, fileName, opaque, flag);
+    return record(reinterpret_cast<void*>(8), "createLocation", repository, fileName, opaque, flag);
 }
 
 char* createDirectory_(Text repository, Text subDir, void* opaque, bool flag) {
     return record(path(repository, subDir), "createDirectory", repository, subDir, opaque, flag);
 }
 
-// Plays another process that works on the study: the call after the one that finds the file "wait" moves the file
-// "comes" to the record, or deletes the record if the file "goes" exists.
 char* getLocation_(Text repository, Text fileName, void* opaque) {
-    const std::string info = std::string(repository) + "/" + fileName + "/.info/";
-    const std::string studyRecord = info + "storestate.rec";
-    if (unlink((info + "wait").c_str()) != 0) {
-        rename((info + "comes").c_str(), studyRecord.c_str());
-        if (unlink((info + "goes").c_str()) == 0) {
-            unlink(studyRecord.c_str());
-        }
-    }
     return record(path(repository, fileName), "getLocation", repository, fileName, opaque);
 }
