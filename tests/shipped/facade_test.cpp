@@ -7,7 +7,6 @@
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 namespace {
 
@@ -18,7 +17,6 @@ const std::string FAILING = TEST_PLUGINS "/failing";
 void* const opaque = reinterpret_cast<void*>(0xabc);
 bool flag = false;
 
-/** The path that a function returns; empty for null. */
 std::string taken(char* path) {
     const std::unique_ptr<char[]> owned(path);
     return path != nullptr ? path : "";
@@ -88,42 +86,34 @@ TEST_F(Facade, PassesArgumentsAndResultsThrough) {
             Workplace::write(calls, "");
             EXPECT_EQ(function.call(), function.result) << function.name;
             EXPECT_THAT(takeLog(), ElementsAre(traceOf(function)));
-            const std::string arguments = expand(function.recorded, {{"flag", given ? "1" : "0"}});
-            EXPECT_EQ(Workplace::read(calls), function.name + arguments);
+            EXPECT_EQ(Workplace::read(calls), function.name + expand(function.recorded, {{"flag", given ? "1" : "0"}}));
             EXPECT_FALSE(isLoaded(RECORDING)) << function.name;
         }
     }
     EXPECT_STREQ(rh_logger.ident, "QXRepositoryHandlerIface") << "the library's logger, not a copy";
 }
 
-TEST_F(Facade, ReportsAMissingEntryPoint) {
-    setVariable("REPOSITORY_HANDLER_HOME", EMPTY.c_str());
-    const std::string error = "error after snapshot: EXCEPTION: dlsym error initTask: " + EMPTY;
-    for (const Function& function : FUNCTIONS) {
-        std::filesystem::remove(snapshotPath());
-        EXPECT_EQ(function.call(), function.failureValue) << function.name;
-        EXPECT_THAT(takeLog(), ElementsAre(traceOf(function), error + "/lib/RepositoryHandler.so: undefined symbol: " +
-                                                                  function.name + "_"));
-        EXPECT_FALSE(isLoaded(EMPTY)) << function.name;
+TEST_F(Facade, ReportsWhatCannotBeLoaded) {
+    const std::string tooLong(999, 'x');
+    const std::pair<const char*, std::string> homes[] = {
+        {nullptr, "dlopen error: REPOSITORY_HANDLER_HOME is not set"},
+        {tooLong.c_str(), "dlopen error: REPOSITORY_HANDLER_HOME is too long"},
+        {"/none",
+         "dlopen error: /none/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory"},
+        {EMPTY.c_str(), "dlsym error initTask: " + EMPTY + "/lib/RepositoryHandler.so: undefined symbol: <name>_"},
+    };
+    for (const auto& [home, error] : homes) {
+        setVariable("REPOSITORY_HANDLER_HOME", home);
+        for (const Function& function : FUNCTIONS) {
+            std::filesystem::remove(snapshotPath());
+            EXPECT_EQ(function.call(), function.failureValue) << function.name;
+            EXPECT_THAT(takeLog(), ElementsAre(traceOf(function), "error after snapshot: EXCEPTION: " +
+                                                                      expand(error, {{"<name>", function.name}})));
+            EXPECT_FALSE(isLoaded(EMPTY)) << function.name;
+        }
     }
     EXPECT_THAT(Workplace::read(snapshotPath()), HasSubstr(std::to_string(getpid()) + " "));
     EXPECT_THAT(Workplace::read(snapshotPath()), HasSubstr("PATH="));
-}
-
-TEST_F(Facade, ReportsAPluginThatCannotBeLoaded) {
-    const std::string tooLong(999, 'x');
-    const std::pair<const char*, std::string> homes[] = {
-        {nullptr, "REPOSITORY_HANDLER_HOME is not set"},
-        {tooLong.c_str(), "REPOSITORY_HANDLER_HOME is too long"},
-        {"/none", "/none/lib/RepositoryHandler.so: cannot open shared object file: No such file or directory"},
-    };
-    for (const auto& [home, reason] : homes) {
-        setVariable("REPOSITORY_HANDLER_HOME", home);
-        std::filesystem::remove(snapshotPath());
-        EXPECT_EQ(getLocation("R", "S", nullptr), nullptr);
-        EXPECT_THAT(takeLog(), ElementsAre("debug: called getLocation with repository=R fileName=S",
-                                           "error after snapshot: EXCEPTION: dlopen error: " + reason));
-    }
 }
 
 TEST_F(Facade, EndsThePluginsOwnExceptionsAndPassesOthersThrough) {
@@ -142,23 +132,22 @@ TEST_F(Facade, EndsThePluginsOwnExceptionsAndPassesOthersThrough) {
 }
 
 TEST_F(Facade, SuppliedPluginStaysInsideTheRepository) {
-    const std::string root = place.repository();
-    const std::string path = root + "/1.2";
+    const std::string repository = place.repository();
+    const std::string path = repository + "/1.2";
     const std::string tooLong(300, '1');
-    Workplace::write(root + "/file", "");
-    EXPECT_EQ(getLocation(root.c_str(), "1.2", nullptr), nullptr);
-    EXPECT_EQ(taken(createDirectory(root.c_str(), "1.2", nullptr, false)), path);
-    EXPECT_EQ(taken(createDirectory(root.c_str(), "1.2", nullptr, false)), path) << "there already";
-    EXPECT_EQ(taken(getLocation(root.c_str(), "1.2", nullptr)), path);
-    const auto expectRefused = [](const char* repository, const char* study) {
-        EXPECT_THAT(taken(getLocation(repository, study, nullptr)), IsEmpty()) << study;
-        EXPECT_THAT(taken(createDirectory(repository, study, nullptr, false)), IsEmpty()) << study;
-    };
-    for (const char* study : {"", ".", "..", "/", "file", "../locks", "1.2/x", tooLong.c_str()}) {
-        expectRefused(root.c_str(), study);
-    }
-    for (const char* repository : {"", "/no/such/root", static_cast<const char*>(nullptr)}) {
-        expectRefused(repository, "1.2");
+    const char* const root = repository.c_str();
+    Workplace::write(repository + "/file", "");
+    EXPECT_EQ(getLocation(root, "1.2", nullptr), nullptr);
+    EXPECT_EQ(taken(createDirectory(root, "1.2", nullptr, false)), path);
+    EXPECT_EQ(taken(createDirectory(root, "1.2", nullptr, false)), path) << "there already";
+    EXPECT_EQ(taken(getLocation(root, "1.2", nullptr)), path);
+    const std::pair<const char*, const char*> refused[] = {
+        {nullptr, "1.2"},       {"", "1.2"}, {"/none", "1.2"}, {root, ""},         {root, "."},
+        {root, ".."},           {root, "/"}, {root, "file"},   {root, "../locks"}, {root, "1.2/x"},
+        {root, tooLong.c_str()}};
+    for (const auto& [given, study] : refused) {
+        EXPECT_EQ(getLocation(given, study, nullptr), nullptr) << study;
+        EXPECT_EQ(createDirectory(given, study, nullptr, false), nullptr) << study;
     }
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root), {}), 2);
 }
