@@ -91,17 +91,17 @@ void TemporaryFile::moveTo(const OFString& target) {
     exists = false;
 }
 
-DirectorySync::DirectorySync(const OFString& directoryPath, std::shared_ptr<DIR> opened)
-    : path(directoryPath), listed(std::move(opened)) {
+DirectorySync::DirectorySync(const OFString& directoryPath, std::shared_ptr<DIR> openDirectory)
+    : path(directoryPath), opened(std::move(openDirectory)) {
     errno = 0;
-    directory = listed != nullptr ? dirfd(listed.get()) : open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    directory = opened != nullptr ? dirfd(opened.get()) : open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (directory < 0) {
         throwFileError(WRITING_FAILED, path);
     }
 }
 
 DirectorySync::~DirectorySync() {
-    if (listed == nullptr) {
+    if (opened == nullptr) {
         close(directory);
     }
 }

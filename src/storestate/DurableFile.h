@@ -62,7 +62,7 @@ public:
 
 private:
     OFString path;
-    std::shared_ptr<DIR> listed; ///< owns `directory`; if null, the destructor closes it
+    std::shared_ptr<DIR> opened; ///< owns `directory`; if null, the destructor closes it
     int directory;
 };
 

@@ -158,17 +158,17 @@ struct Sight {
 };
 
 /** Whether the file system lists other numbers than stat(2) gives, as far as its number of the directory shows. */
-bool listsOtherNumbers(const Listing& listing, const OFString& directory) {
+bool listsOtherNumbers(const Listing& listing) {
     struct stat status;
-    return listing.own != 0 && stat(directory.c_str(), &status) == 0 && status.st_ino != listing.own;
+    return listing.own != 0 && fstat(dirfd(listing.directory.get()), &status) == 0 && status.st_ino != listing.own;
 }
 
-bool agree(const Listing& listing, const Sight& sight, const OFString& directory) {
+bool agree(const Listing& listing, const Sight& sight) {
     if (listing.dead || !sight.alive) {
         return false;
     }
     const bool sameFile = sight.number == 0 || sight.number == listing.number || standsForNone(listing.number) ||
-                          listsOtherNumbers(listing, directory);
+                          listsOtherNumbers(listing);
     return listing.link || (listing.listed == sight.there && (!sight.there || sameFile));
 }
 
@@ -192,7 +192,7 @@ Sight lookAfresh(const OFString& path, Look look, Directory* listed = nullptr) {
     for (int pause = FIRST_PAUSE;; pause *= 2) {
         const Listing listing = list(directory, name.c_str());
         const Sight sight = look();
-        if (agree(listing, sight, directory) || !sight.doubtful) {
+        if (agree(listing, sight) || !sight.doubtful) {
             if (listed != nullptr) {
                 *listed = listing.directory;
             }
@@ -243,12 +243,6 @@ Sight sightFrom(int result, bool unknown) {
     return sight;
 }
 
-/** The server says so right now. False: it has not said so, which does not mean that the file is missing. */
-bool serverHas(const OFString& path) {
-    struct statx status;
-    return statx(AT_FDCWD, path.c_str(), AT_STATX_FORCE_SYNC, STATX_NLINK, &status) == 0 && status.stx_nlink > 0;
-}
-
 } // namespace
 
 bool mayBeShared(const OFString& path) {
@@ -271,16 +265,15 @@ bool mayBeShared(const OFString& path) {
 }
 
 bool openFresh(TextFile& file, const OFString& path, bool shared, Directory* listed) {
-    return shared ? lookAfresh(
-                        path, [&] { return openCurrent(file, path); }, listed)
-                        .there
-                  : file.open(path);
+    if (!shared) {
+        return file.open(path);
+    }
+    return lookAfresh(
+               path, [&] { return openCurrent(file, path); }, listed)
+        .there;
 }
 
 bool leadsSomewhere(const OFString& path, bool shared) {
-    if (shared && serverHas(path)) {
-        return true;
-    }
     const auto look = [&] {
         struct stat status;
         errno = 0;
@@ -288,6 +281,12 @@ bool leadsSomewhere(const OFString& path, bool shared) {
     };
     const Sight sight = shared ? lookAfresh(path, look) : look();
     return sight.there && sight.alive;
+}
+
+bool mayLeadSomewhere(const OFString& path, bool shared) {
+    struct statx status;
+    const bool cached = shared && statx(AT_FDCWD, path.c_str(), AT_STATX_FORCE_SYNC, STATX_TYPE, &status) == 0;
+    return cached || leadsSomewhere(path, shared);
 }
 
 bool nameIsTaken(const OFString& path, bool shared) {

@@ -43,17 +43,17 @@ bool mayBeShared(const OFString& path);
 // what is there could not be read or confirmed.
 
 /**
- * Opens the file. Result and other exceptions as TextFile::open(). If the file's directory was listed, `listed` becomes
- * that directory, still open: to open it once more would cost another question to the server.
+ * Opens the file. Result and other exceptions as TextFile::open(). If a listing of the file's directory agrees with the
+ * file, `listed` becomes that directory, still open: opening it once more would cost another request to the server.
  */
 bool openFresh(TextFile& file, const OFString& path, bool shared, std::shared_ptr<DIR>* listed = nullptr);
 
-/**
- * Whether the name leads to anything, as stat(2) tells; false also if stat(2) fails for another reason. On a shared
- * file system the server is asked for the file's attributes; the directory is listed only if that does not find the
- * file.
- */
+/** Whether the name leads to anything, as stat(2) tells; false also if stat(2) fails for another reason. */
 bool leadsSomewhere(const OFString& path, bool shared);
+
+/** The same with fewer requests to the server. True may be outdated, if a client has cached the file; false never is.
+ */
+bool mayLeadSomewhere(const OFString& path, bool shared);
 
 /** Whether a file has the name. A link has it, wherever it leads, and so has what cannot be told; a directory has not.
  */

@@ -85,6 +85,9 @@ bool StoreState::save() {
     const OFString record = recordPath(directory);
     const bool made = makeInfoDirectory(info);
     refuseUnreadRecord(directory);
+    if (made) {
+        infoDirectory = nullptr; // the one that load() listed has been removed
+    }
     if (made || !recordRead) {
         DirectorySync(directory).sync(); // if a record exists, the path to it is durable
     }

@@ -127,13 +127,16 @@ void applyModifyOption(StoreState& state, const OFString& name, const OFString& 
 }
 
 bool loadForModify(StoreState& state, int32_t existenceMode) {
-    const bool conditional = existenceMode == RECORD_MUST_NOT_EXIST || existenceMode == RECORD_MUST_EXIST;
-    const bool wanted = existenceMode == RECORD_MUST_EXIST;
-    if (conditional && state.exists() != wanted) {
-        return false; // without waiting for the lock
+    // First without waiting for the lock, then under it: the record may have been created or removed meanwhile.
+    switch (existenceMode) {
+    case RECORD_MUST_EXIST:
+        return state.mayExist() && state.load();
+    case RECORD_MUST_NOT_EXIST:
+        return !state.exists() && !state.load();
+    default:
+        state.load();
+        return true;
     }
-    const bool loaded = state.load();
-    return !conditional || loaded == wanted; // it may have been created or removed meanwhile
 }
 
 OptionPairs pairsOf(const std::vector<OptionPair>& list) {

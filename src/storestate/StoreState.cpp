@@ -69,6 +69,12 @@ bool StoreState::exists() {
     return locate(directory) && storestate::leadsSomewhere(storestate::recordPath(directory), isShared(directory));
 }
 
+bool StoreState::mayExist() {
+    requireRepository();
+    OFString directory;
+    return locate(directory) && storestate::mayLeadSomewhere(storestate::recordPath(directory), isShared(directory));
+}
+
 bool StoreState::remove() {
     requireRepository();
     OFString directory;

@@ -61,6 +61,9 @@ public:
      */
     bool exists();
 
+    /** As exists(), with fewer requests to a server. True may be outdated where hosts share the file system. */
+    bool mayExist();
+
     /** Deletes the record file. False: there is none, or it cannot be deleted. */
     bool remove();
 
@@ -181,7 +184,7 @@ private:
 
     std::optional<bool> shared;         ///< whether several hosts may share the study's file system; set on first use
     OFString legacyList;                ///< path of the list that convert() has read and the next save() deletes
-    std::shared_ptr<DIR> infoDirectory; ///< if load() has listed it
+    std::shared_ptr<DIR> infoDirectory; ///< open since load() listed it, until save() syncs it
     bool loadBegun = false;             ///< load() was called
     bool recordRead = false;            ///< load() has read the whole record, or save() has replaced it
 };
