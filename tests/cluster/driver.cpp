@@ -40,28 +40,25 @@ void meet(const std::string& path, uintmax_t times) {
     }
 }
 
-struct Changes {
-    int mode;
-    std::string prefix; ///< of the studies
-    unsigned studies;   ///< 1: the prefix is the only study's name
-    unsigned count;
-    std::string host; ///< begins the devices' names
-    unsigned parties; ///< 0: changes studies at random; else this many processes change one after the other together
-};
-
-/** Makes calls each of which adds a device of its own. */
-void change(const Changes& changes) {
+// Makes calls each of which adds a device of its own. PARTIES processes change one study after the other together; with
+// 0, each process changes studies at random. With one study, the prefix is its name.
+void change(char** arguments) {
+    const int mode = atoi(arguments[2]);
+    const std::string prefix = arguments[3];
+    const auto studies = static_cast<unsigned>(atoi(arguments[4]));
+    const auto count = static_cast<unsigned>(atoi(arguments[5]));
+    const std::string host = arguments[6]; // begins the devices' names
+    const auto parties = static_cast<unsigned>(atoi(arguments[7]));
     std::mt19937 random((std::random_device())());
-    for (unsigned i = 0; i < changes.count && !std::filesystem::exists("/tmp/stop"); ++i) {
+    for (unsigned i = 0; i < count && !std::filesystem::exists("/tmp/stop"); ++i) {
         const std::string number = std::to_string(i);
-        const size_t fill = NAME_LENGTH - changes.host.size() - number.size();
-        const std::string device = changes.host + std::string(fill, '_') + number;
-        std::string study = changes.prefix;
-        if (changes.studies > 1) {
-            study += changes.parties > 0 ? number : std::to_string(random() % changes.studies);
+        const std::string device = host + std::string(NAME_LENGTH - host.size() - number.size(), '_') + number;
+        std::string study = prefix;
+        if (studies > 1) {
+            study += parties > 0 ? number : std::to_string(random() % studies);
         }
-        meet("/tmp/meeting." + changes.prefix, (i + 1) * changes.parties);
-        const std::string said = answer([&] { return modify(study, changes.mode, device); });
+        meet("/tmp/meeting." + prefix, (i + 1) * parties);
+        const std::string said = answer([&] { return modify(study, mode, device); });
         std::cout << study << " " << device << " " << said << std::endl;
     }
 }
@@ -72,8 +69,7 @@ void change(const Changes& changes) {
 int main(int, char** arguments) {
     const std::string what = arguments[1];
     if (what == "change") {
-        const auto number = [&](int index) { return static_cast<unsigned>(atoi(arguments[index])); };
-        change({atoi(arguments[2]), arguments[3], number(4), number(5), arguments[6], number(7)});
+        change(arguments);
         return 0;
     }
     StoreState state(arguments[2], "");

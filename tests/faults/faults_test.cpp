@@ -39,10 +39,6 @@ struct Scenario {
     {"ClusterFirstSave", "", "", FIRST, RECORD_MUST_NOT_EXIST, true},
     {"ClusterConvert", PADDING + TAIL, "OLD1\n" + PADDING + "OLD2\n", CONVERTED, RECORD_MAY_EXIST, true},
 };
-/** For the test's name. */
-void PrintTo(const Scenario& scenario, std::ostream* out) {
-    *out << scenario.name;
-}
 
 // Outcomes. <path> and <to> stand for the paths of the failed call, <number> and <text> for its error.
 const std::string NOT_MADE = "Unknown Exception: [1] Study 1.2.3 could not be created in repository.";
@@ -424,6 +420,6 @@ TEST_F(Cluster, ALockIsLookedForTwice) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Calls, Faults, ValuesIn(SCENARIOS), PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Calls, Faults, ValuesIn(SCENARIOS), [](const auto& info) { return info.param.name; });
 
 } // namespace

@@ -12,7 +12,6 @@
 #include <csignal>
 #include <dirent.h>
 #include <dlfcn.h>
-#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 #include <set>
 
@@ -73,6 +72,7 @@ TEST(ValueRule, IsTrueForEachOption) {
         if (rule.empty()) {
             continue; // it takes no value, or stores none
         }
+        EXPECT_FALSE(option.isFlag);
         SCOPED_TRACE(option.longName + (": " + rule));
         const std::string key = rule.substr(0, rule.find(" takes "));
         EXPECT_THAT(option.keys, HasSubstr(key));
