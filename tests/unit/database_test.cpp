@@ -66,10 +66,10 @@ TEST_F(Database, RowsAreReadOneByOneAndGoWithTheirResult) {
     EXPECT_EQ(std::unique_ptr<char[]>(copy).get(), std::string("a"));
     ASSERT_EQ(session.nextRecord(), 1);
     EXPECT_THAT(session.getField(0), testing::StartsWith(serverSetting("ARQ_USER") + "@"));
-    ASSERT_EQ(report(session.newQuery("select 2")), "1 ");
-    EXPECT_EQ(reportOf(session.getField(0)), noRecord);
     EXPECT_EQ(report(session.newQuery(nullptr)), "0 newQuery() precondition error: there is no query.\n");
     EXPECT_EQ(session.nextRecord(), 0);
+    ASSERT_EQ(report(session.newQuery("select 2")), "1 ");
+    EXPECT_EQ(reportOf(session.getField(0)), noRecord);
     ASSERT_EQ(report(session.init()), "1 ");
     EXPECT_EQ(report(session.executeUpdate("create temporary table t (n int) select 1 as n")), "1 ");
     EXPECT_EQ(report(session.affectedRows()), "1 ");
