@@ -42,7 +42,7 @@ add_custom_command(OUTPUT ${PROJECT_BINARY_DIR}/api/index.html
     COMMAND ${Java_JAVADOC_EXECUTABLE} -quiet -notimestamp -noindex -notree -d ${PROJECT_BINARY_DIR}/api quillon/util/StoreState.java
         quillon/util/NativeLibrary.java
     WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/java
-    DEPENDS java/quillon/util/StoreState.java
+    DEPENDS java/quillon/util/StoreState.java java/quillon/util/NativeLibrary.java
     COMMENT "Making the Javadoc")
 add_custom_target(javadoc ALL DEPENDS ${PROJECT_BINARY_DIR}/api/index.html)
 install(DIRECTORY ${PROJECT_BINARY_DIR}/api DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libstorestate-java COMPONENT java)
