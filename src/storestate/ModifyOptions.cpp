@@ -76,34 +76,27 @@ void setAutoForwardDevices(StoreState& state, const OFString& value) {
     state.setAutoForwardDevice(value.c_str());
 }
 
-constexpr char DEVICE_LINES[] = "StudyOwner OwnerDevice StagedDevices ForwardDevices";
-constexpr char OWNER_AND_STAGED[] = "StudyOwner OwnerDevice StagedDevices";
 constexpr char YES[] = "\"yes\" sets the flag, anything else clears it";
 
 constexpr ModifyOption OPTIONS[] = {
-    {"--processmode", "-p", "processing mode, one word", "ProcessMode", false, setText<&StoreState::processMode>},
-    {"--stagestate", "-g", "staging state, one word", "StageState", false, setText<&StoreState::stageState>},
-    {"--folder", "-f", "folder that the study is filed under", "Folder", false, setText<&StoreState::folder>},
-    {"--source", "-c", "device that the study came from", "SourceDevice", false, setText<&StoreState::sourceDevice>},
-    {"--archive", "-a", "device that the study is archived on", "ArchiveDevice", false,
-     setText<&StoreState::archiveDevice>},
-    {"--setowner", "-o", "owner device, no longer staged; empty: owned locally", OWNER_AND_STAGED, false, setOwner},
-    {"--setstaged", "-s", "device that the study is staged on, no longer its owner", OWNER_AND_STAGED, false,
-     setStaged},
-    {"--setreportonly", "-e", "device that is neither owner nor staged any more", OWNER_AND_STAGED, false,
-     setReportOnly},
-    {"--removedevice", "-r", "device that is no owner, staged or forward device any more", DEVICE_LINES, false,
-     removeDevice},
-    {"--fwddevice", "-w", "device that the study is to be forwarded to", "ForwardDevices", false, addForwardDevice},
-    {"--derived", "-d", "free text", "Derived", false, setText<&StoreState::derived>},
-    {"--sourcestudy", "-y", "free text", "SourceStudy", false, setText<&StoreState::sourceStudy>},
-    {"--dontedit", "-U", YES, "DontEdit", true, setFlag<&StoreState::dontEdit>},
-    {"--dontdelete", "-D", YES, "DontDelete", true, setFlag<&StoreState::dontDelete>},
-    {"--retrieved", "-R", YES, "Retrieved", true, setFlag<&StoreState::retrieved>},
-    {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", "StudyOwner OwnerDevice",
-     true, setStudyOwner},
-    {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's",
-     "OwnerDevice StagedDevices ForwardDevices", false, setAutoForwardDevices},
+    {"--processmode", "-p", "processing mode, one word", false, setText<&StoreState::processMode>},
+    {"--stagestate", "-g", "staging state, one word", false, setText<&StoreState::stageState>},
+    {"--folder", "-f", "folder that the study is filed under", false, setText<&StoreState::folder>},
+    {"--source", "-c", "device that the study came from", false, setText<&StoreState::sourceDevice>},
+    {"--archive", "-a", "device that the study is archived on", false, setText<&StoreState::archiveDevice>},
+    {"--setowner", "-o", "owner device, no longer staged; empty: owned locally", false, setOwner},
+    {"--setstaged", "-s", "device that the study is staged on, no longer its owner", false, setStaged},
+    {"--setreportonly", "-e", "device that is neither owner nor staged any more", false, setReportOnly},
+    {"--removedevice", "-r", "device that is no owner, staged or forward device any more", false, removeDevice},
+    {"--fwddevice", "-w", "device that the study is to be forwarded to", false, addForwardDevice},
+    {"--derived", "-d", "free text", false, setText<&StoreState::derived>},
+    {"--sourcestudy", "-y", "free text", false, setText<&StoreState::sourceStudy>},
+    {"--dontedit", "-U", YES, true, setFlag<&StoreState::dontEdit>},
+    {"--dontdelete", "-D", YES, true, setFlag<&StoreState::dontDelete>},
+    {"--retrieved", "-R", YES, true, setFlag<&StoreState::retrieved>},
+    {"--owner", "-O", "\"yes\": owned locally, without an owner device; anything else: not", true, setStudyOwner},
+    {"--autodevice", "-b", "auto-forward devices, ID.TYPE;ID.TYPE, in place of the database's", false,
+     setAutoForwardDevices},
 };
 
 } // namespace

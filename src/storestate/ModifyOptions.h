@@ -22,7 +22,6 @@ struct ModifyOption {
     const char* longName;
     const char* shortName;
     const char* meaning; ///< of the value, for people
-    const char* keys;    ///< of the record lines that it may change, separated by blanks
     bool isFlag;         ///< the value "yes" sets it, any other clears it
     void (*apply)(StoreState& state, const OFString& value);
 };

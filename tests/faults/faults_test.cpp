@@ -295,6 +295,7 @@ constexpr int REFUSED = LOOKS + 1; ///< the first of these has found nothing
 
 void asOther(struct dirent& entry, bool ofRecord) {
     entry.d_ino += ofRecord;
+    entry.d_type = DT_UNKNOWN;
 }
 
 /** What a host is shown of the information directory. */
