@@ -1,5 +1,4 @@
 // The facade of the library as it ships, with plug-ins that throw its exceptions.
-#include "repository/EntryPoints.h"
 #include "repository/RepositoryFacade.h"
 #include "support/Testing.h"
 
@@ -55,7 +54,6 @@ const struct Function {
     {"createLocation", [] { return asNumber(createLocation("R", "S", opaque, flag)); }, 8, 0, "repository=R fileName=S",
      "(R, S, 0xabc, flag)"},
 };
-static_assert(std::size(FUNCTIONS) == std::size(storestate::ENTRY_POINTS));
 
 class Facade : public testing::Test {
 protected:
