@@ -23,9 +23,9 @@ constexpr int FIRST_PAUSE = 10; ///< between two looks, in milliseconds; each pa
 constexpr int LAST_PAUSE = 640; ///< ... up to this one
 
 /**
- * In milliseconds, when everything that a client with default options has cached is gone. A GlusterFS client keeps what
- * it was told for a second, counted in whole seconds, so for up to two; the kernel may take that over at the very end
- * and keep it for another second.
+ * In milliseconds, when a client with default options no longer opens a file by a name that it has cached. A GlusterFS
+ * client keeps names for a second, counted in whole seconds, so for up to two; the kernel may take one over at the very
+ * end and keep it for another second. NFS and SMB clients ask the server at each open.
  */
 constexpr int CACHES_EXPIRE = 3200;
 

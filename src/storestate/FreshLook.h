@@ -10,9 +10,9 @@
  *
  * A server may go on listing a file that has been replaced (GlusterFS, after somebody read the record while it was
  * replaced), and listing puts that dead file into the client's cache. So in the end the look waits without listing
- * until every cache has expired, opens the file, waits as long again, and opens it once more. It accepts a file that is
- * alive and the same both times. That cannot be a replaced file: what was cached before the wait has expired, so a name
- * that still leads to a replaced file comes from a listing, and the server no longer has that file to answer from.
+ * until cached names have expired, opens the file, waits as long again, and opens it once more. It accepts a file that
+ * is alive and the same both times. That cannot be a replaced file: a name that was cached before the wait is no longer
+ * used, and a name that another listing has cached meanwhile leads to a file that the server no longer has.
  *
  * Some file systems list other numbers than stat(2) gives. If a directory's own number differs like that, or the
  * listing has no number, it is enough that the name is listed. A link is followed without comparing anything: where it
@@ -55,7 +55,9 @@ bool leadsSomewhere(const OFString& path, bool shared);
  */
 bool mayLeadSomewhere(const OFString& path, bool shared);
 
-/** Whether a file has the name. A link has it, wherever it leads, and so has what cannot be told; a directory has not.
+/**
+ * Whether something other than a directory has the name. True also for a link, wherever it leads, and if the look fails
+ * for another reason than a missing name.
  */
 bool nameIsTaken(const OFString& path, bool shared);
 
