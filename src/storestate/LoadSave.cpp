@@ -37,8 +37,7 @@ bool StoreState::load() {
     if (useLock && !semaphore.locked) {
         semaphore.lock(LOCK_SECONDS);
     }
-    OFString path;
-    if (!readStored(path)) {
+    if (!read()) {
         return false;
     }
     if (version <= 0) {
@@ -48,13 +47,11 @@ bool StoreState::load() {
     return true;
 }
 
-bool StoreState::readStored(OFString& path) {
-    requireRepository();
+/** Reads the record as it is stored. False: the study has no directory or no record. */
+bool StoreState::read() {
     OFString directory;
-    const bool located = locate(directory);
-    path = located ? recordPath(directory) : OFString();
     TextFile file;
-    if (!located || !openFresh(file, path, isShared(directory), &infoDirectory)) {
+    if (!locate(directory) || !openFresh(file, recordPath(directory), isShared(directory), &infoDirectory)) {
         return false;
     }
     RecordReader reader(*this, diagnostics);

@@ -49,9 +49,9 @@ public:
     /** Releases the study's lock if this object holds it and the semaphore's `autoUnlock` is set. */
     ~StoreState();
 
-    // StoreState.cpp; load(), readStored(), textToSave() and save() are in LoadSave.cpp
+    // StoreState.cpp; load(), textToSave() and save() are in LoadSave.cpp
 
-    // exists(), remove(), load(), readStored() and save() first throw QXException, "Missing environment:
+    // exists(), mayExist(), remove(), load() and save() first throw QXException, "Missing environment:
     // REPOSITORY_DICOM_DATA", if that variable was unset or empty at construction.
 
     /**
@@ -80,13 +80,6 @@ public:
      * save.
      */
     bool load();
-
-    /**
-     * Reads the record as it is stored, without lock and without conversion, for display only. `path` becomes the
-     * record file's path. False: the study has no directory (`path` is then empty) or no record. QXIOException with
-     * errno: the file cannot be opened or read.
-     */
-    bool readStored(OFString& path);
 
     /**
      * The text that save() writes. A record without a version first takes over the auto-forward devices and gets
@@ -177,6 +170,7 @@ public:
 private:
     void requireRepository() const;
     bool locate(OFString& directory) const;
+    bool read();
     bool isShared(const OFString& directory);
     void createStudyDirectory(OFString& directory) const;
     void refuseUnreadRecord(const OFString& directory);
