@@ -40,7 +40,7 @@ bool TextFile::open(const OFString& filePath) {
     errno = 0;
     file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0 && errno != ENOENT) {
-        throwFileError("Opening file for reading failed: ", path);
+        throwFileError(OPENING_FAILED, path);
     }
     return file >= 0;
 }

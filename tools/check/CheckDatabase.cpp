@@ -1,8 +1,8 @@
 #include "check/Parts.h"
 #include "diagnosis/DatabaseDiagnosis.h"
+#include "diagnosis/Explanation.h"
 #include "storestate/AutoForward.h"
 #include "storestate/Environment.h"
-#include "storestate/RecordFormat.h"
 #include "storestate/StoreState.h"
 
 namespace storestate {
@@ -10,12 +10,12 @@ namespace {
 
 using Device = StoreState::StoreDevice;
 
-/** Whether a record can store the device in every role. */
-bool isStorable(const OFString& id) {
+/** The rule that the device breaks in one of its roles; empty: a record can store it. */
+std::string brokenRule(const OFString& id) {
     StoreState probe("-", ".");
     probe.ownerDevice = id;
     probe.forwardDevices.Insert(id);
-    return !findUnstorable(probe, formatRecord(probe)).has_value();
+    return valueRule(probe);
 }
 
 void checkDevices(const Report& report, const OFList<Device*>& devices) {
@@ -25,10 +25,11 @@ void checkDevices(const Report& report, const OFList<Device*>& devices) {
             continue; // the library ignores it
         }
         list += std::string(list.empty() ? "" : " ") + device->id.c_str() + " (" + device->type.c_str() + ")";
-        if (!isStorable(device->id)) {
+        const std::string rule = brokenRule(device->id);
+        if (!rule.empty()) {
             report({Verdict::BAD, "auto-forward device",
                     std::string("no record can carry \"") + device->id.c_str() + "\": no new record can be saved",
-                    "rename it: no blanks, no quotes, 1 to 255 characters"});
+                    "rename it: " + rule});
         }
     }
     if (!list.empty()) {

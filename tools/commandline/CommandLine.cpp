@@ -3,6 +3,7 @@
 #include "check/Check.h"
 #include "commands/Commands.h"
 #include "diagnosis/Explanation.h"
+#include "locks/StudyLocks.h"
 #include "process/Caller.h"
 #include "storestate/StudyLock.h"
 #include "terminal/Status.h"
@@ -98,7 +99,8 @@ private:
     static void addWait(CLI::App* command, Seconds& seconds) {
         command
             ->add_option("--wait", seconds,
-                         "how long to wait for a lock; default 20, for lock 30, for several studies 0")
+                         "how long to wait for a lock; default " + std::to_string(StoreState::LOCK_SECONDS) +
+                             ", for lock " + std::to_string(STUDY_LOCK_SECONDS) + ", for several studies 0")
             ->option_text("SECONDS")
             ->check(CLI::Range(0, 1000000));
     }
@@ -106,7 +108,7 @@ private:
     void addAge(CLI::App* command) {
         command
             ->add_option("--older-than", request.minimumAge,
-                         "only locks of at least this age: 90s, 10m, 2h, 3d; unlock: default 10m")
+                         "only locks of at least this age: 90s, 10m, 2h, 3d; unlock: default " + ageText(OLD_SECONDS))
             ->option_text("AGE")
             ->transform(CLI::AsNumberWithUnit(AGE_UNITS, CLI::AsNumberWithUnit::UNIT_REQUIRED));
     }

@@ -5,7 +5,6 @@
 #include "support/QXException.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
 namespace storestate {
@@ -54,14 +53,6 @@ public:
     std::string errorMessage() const { return connection != nullptr ? mysql_error(connection) : ""; }
 };
 
-/** The session's error text about a missing setting, without the name of its function. */
-std::string settingFault(const DB_Query& session) {
-    const std::string text = session.errorText.text;
-    const size_t colon = text.find("(): ");
-    const size_t begin = colon != std::string::npos ? colon + strlen("(): ") : 0;
-    return text.substr(begin, text.find('\n', begin) - begin);
-}
-
 /** MariaDB's client reports a missing authentication plug-in with the number of the refusal that follows. */
 unsigned int cause(unsigned int number, const std::string& message) {
     constexpr unsigned int PLUGIN_MISSING = 2059;
@@ -83,8 +74,8 @@ std::optional<DatabaseFault> askForDevices(StoreState& record) {
         }
         const std::string tables = std::string("TARGETTBL is \"") + environmentValue("TARGETTBL") +
                                    "\" and DEVSERVTBL is \"" + environmentValue("DEVSERVTBL") + "\"";
-        const std::string setting = settingFault(session);
-        return DatabaseFault{setting.empty() ? tables : setting, SETTINGS};
+        const std::string setting = session.errorText.text;
+        return DatabaseFault{setting.empty() ? tables : setting.substr(0, setting.find('\n')), SETTINGS};
     }
 }
 

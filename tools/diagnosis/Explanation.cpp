@@ -5,6 +5,7 @@
 #include "storestate/RecordFormat.h"
 
 #include <string_view>
+#include <typeinfo>
 
 namespace storestate {
 namespace {
@@ -31,10 +32,12 @@ std::string cause(const std::string& message) {
 }
 
 std::string textOf(const QXException& failure) {
-    constexpr std::string_view NO_NUMBER = "Unknown Exception: [1] ";
+    if (typeid(failure) == typeid(QXException) && failure.errorNumber == 1) {
+        return failure.message; // neither class nor number says more
+    }
     std::string text;
     failure.toString(text);
-    return startsWith(text, NO_NUMBER) ? text.substr(NO_NUMBER.size()) : text;
+    return text;
 }
 
 } // namespace

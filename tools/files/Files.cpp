@@ -25,7 +25,7 @@ std::vector<std::string> namesIn(const std::string& directory) {
         names.push_back(entry->path().filename().string());
     }
     if (error) {
-        throwFileError("Reading directory failed: ", directory.c_str(), error.value());
+        throwFileError(READING_DIRECTORY_FAILED, directory.c_str(), error.value());
     }
     return names;
 }

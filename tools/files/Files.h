@@ -12,6 +12,8 @@ namespace storestate {
 /** The user's name, or the number of a user without a name. */
 std::string userName(uid_t user);
 
+constexpr char READING_DIRECTORY_FAILED[] = "Reading directory failed: ";
+
 /** The names in the directory, without "." and "..". QXIOException with errno: it cannot be read to its end. */
 std::vector<std::string> namesIn(const std::string& directory);
 

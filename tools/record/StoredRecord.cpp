@@ -26,7 +26,7 @@ bool readFile(const OFString& directory, const OFString& path, std::string& text
         const std::string denied = accessFault(path.c_str(), R_OK);
         const std::string fault = S_ISFIFO(status.st_mode) ? std::string(path.c_str()) + " is a FIFO" : denied;
         if (!fault.empty()) {
-            throw QXException(1, "Opening file for reading failed: " + fault);
+            throw QXException(1, OPENING_FAILED + fault);
         }
     }
     TextFile file;

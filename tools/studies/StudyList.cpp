@@ -27,7 +27,7 @@ bool isDirectory(const fs::path& path, std::vector<std::string>& errors) {
     std::error_code error;
     const fs::file_type type = fs::status(path, error).type();
     if (type == fs::file_type::none || type == fs::file_type::unknown) {
-        errors.push_back("Reading directory failed: " + path.string() + " " + error.message());
+        errors.push_back(READING_DIRECTORY_FAILED + path.string() + " " + error.message());
     }
     return type == fs::file_type::directory;
 }
