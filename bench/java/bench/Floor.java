@@ -1,6 +1,6 @@
 package bench;
 
-/** Only the system calls of one {@code modify}: no implementation can be faster. */
+/** Only the system calls of one {@code modify}: no implementation that makes them can be faster. */
 final class Floor implements Subject {
     private final long[] studies;
 

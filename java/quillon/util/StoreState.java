@@ -91,7 +91,8 @@ public final class StoreState {
      *
      * @param studyId the study's identifier
      * @param existenceMode {@link #MUST_NOT_EXIST}, {@link #MUST_EXIST}; any other number is no condition
-     * @param options names and values, all of them or none applied; null: only the condition is checked
+     * @param options names and values, all of them or none applied; null: the record is read under the condition, and
+     *     nothing is written
      * @param lockHeld as for {@link #convert}
      * @return true: the condition holds and the changed record is in place and survives a power cut. False: the
      *     condition does not hold, an option lacks its value or is null, a value cannot be stored, or the record could
