@@ -49,6 +49,18 @@ static std::string pathOf(int file) {
     return noting && openFiles.count(file) != 0 ? openFiles[file] : "";
 }
 
+/** The path of a descriptor that is about to be closed. */
+static std::string takePathOf(int file) {
+    const std::string path = pathOf(file);
+    openFiles.erase(file);
+    return path;
+}
+
+static int tellType(struct statfs* system) {
+    system->f_type = ofCluster ? 0x65735546 : 0x01021994;
+    return 0;
+}
+
 /** The library remembers a shared file system by its device, which is another one than that of a local one. */
 static int lookOnDevice(const char* path, struct stat* status) {
     const int result = fstatat(AT_FDCWD, path, status, 0);
@@ -68,7 +80,7 @@ static Op opOfStatx(int flags) {
     }
 CALL(OPEN, int, open, (const char* path, int flags, ...), path, (flags & O_CLOEXEC) != 0 ? "" : "inheritable",
      openat(AT_FDCWD, path, flags, 0666))
-CALL(CLOSE, int, close, (int file), pathOf(file), "", (openFiles.erase(file), syscall(SYS_close, file)))
+CALL(CLOSE, int, close, (int file), takePathOf(file), "", syscall(SYS_close, file))
 CALL(READ, ssize_t, read, (int file, void* buffer, size_t size), pathOf(file), "",
      syscall(SYS_read, file, buffer, (size + parts - 1) / parts))
 CALL(WRITE, ssize_t, write, (int file, const void* buffer, size_t size), pathOf(file), "",
@@ -82,10 +94,9 @@ CALL(LSTAT, int, lstat, (const char* path, struct stat* status) noexcept, path, 
      fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW))
 CALL(opOfStatx(flags), int, statx, (int file, const char* path, int flags, unsigned mask, struct statx* status),
      (flags & AT_EMPTY_PATH) != 0 ? pathOf(file) : path, "", syscall(SYS_statx, file, path, flags, mask, status))
-CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, path, "",
-     (system->f_type = ofCluster ? 0x65735546 : 0x01021994, 0))
-CALL(CLOSE, int, closedir, (DIR * directory), pathOf(dirfd(directory)), "",
-     (openFiles.erase(dirfd(directory)), reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(directory)))
+CALL(STATFS, int, statfs, (const char* path, struct statfs* system) noexcept, path, "", tellType(system))
+CALL(CLOSE, int, closedir, (DIR * directory), takePathOf(dirfd(directory)), "",
+     reinterpret_cast<int (*)(DIR*)>(dlsym(RTLD_NEXT, "closedir"))(directory))
 
 extern "C" STORESTATE_EXPORT DIR* opendir(const char* path) {
     const auto open = [&](size_t) { return openat(AT_FDCWD, path, O_DIRECTORY | O_CLOEXEC); };
@@ -94,8 +105,10 @@ extern "C" STORESTATE_EXPORT DIR* opendir(const char* path) {
 }
 extern "C" STORESTATE_EXPORT struct dirent* readdir(DIR* directory) {
     const auto next = reinterpret_cast<struct dirent* (*)(DIR*)>(dlsym(RTLD_NEXT, "readdir64"));
-    struct dirent* entry = nullptr;
-    pass(READDIR, "readdir", pathOf(dirfd(directory)), "", [&](size_t) { return entry = next(directory), 0; });
+    struct dirent* entry = next(directory);
+    if (pass(READDIR, "readdir", pathOf(dirfd(directory)), "", [](size_t) { return 0; }) != 0) {
+        return nullptr;
+    }
     if (noting && entry != nullptr) {
         shown(*entry);
     }

@@ -82,12 +82,13 @@ std::string expected(int32_t mode) {
     std::string lost = mode == RECORD_MUST_EXIST ? "false" : ""; // without the study; empty: it goes on
     Op before = 0;                                               // on the way to the study
     for (const Call& call : trace) {
-        const std::string number = std::to_string(call.error), text = strerror(call.error);
         for (const auto& [ops, places, result, passedOver, after] : RULES) {
             const bool applies = (ops & call.op) != 0 && (places & call.place) != 0 && (after == 0 || after == before);
             const std::string outcome =
-                expand(result.empty() ? lost : result,
-                       {{"<path>", call.path}, {"<to>", call.argument}, {"<number>", number}, {"<text>", text}});
+                expand(result.empty() ? lost : result, {{"<path>", call.path},
+                                                        {"<to>", call.argument},
+                                                        {"<number>", std::to_string(call.error)},
+                                                        {"<text>", strerror(call.error)}});
             if (applies && call.injected && call.error != passedOver && !outcome.empty()) {
                 return outcome;
             }
@@ -414,7 +415,8 @@ TEST_F(Cluster, ALockIsLookedForTwice) {
         SCOPED_TRACE(own);
         QXSemaphore semaphore("storestate_1.2.3", locks(), false);
         Workplace::write(lock, "");
-        (own ? semaphore.locked : semaphore.forceUnlock) = true;
+        semaphore.locked = own;
+        semaphore.forceUnlock = !own;
         noted({Plan::ONCE, 0, ENOENT}, [&] { semaphore.unlock(); });
         EXPECT_EQ(fs::exists(lock), own) << "no client caches that its own lock is missing";
         EXPECT_EQ(count(READDIR, LOCK), own ? 0 : 4) << "listed to the end";

@@ -49,7 +49,7 @@ class StoreStateTest {
     }
 
     @Test
-    void callerHoldsTheLockUntilAnyoneGivesItBack() throws Exception {
+    void callerHoldsTheLockUntilAnyCallReleasesIt() throws Exception {
         assertTrue(StoreState.unlock("held"), "not locked");
         assertTrue(StoreState.lock("held"));
         assertTrue(StoreState.convert("held", true));

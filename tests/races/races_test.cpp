@@ -53,7 +53,7 @@ void expectSuccess(int times, const std::function<bool(int worker, int time)>& w
 }
 
 TEST(Races, FirstUseOfTheDatabaseIsSafeAndKeepsTheSignalHandler) {
-    requireServer();
+    serverSetting("STORESTATE_TEST_SERVER");
     void (*const handler)(int) = [](int) {};
     signal(SIGPIPE, handler);
     expectSuccess(1, [=](int, int) { return DB_Query().init() == 1 && signal(SIGPIPE, handler) == handler; });
@@ -69,7 +69,7 @@ bool modify(int study, const char* option, const std::string& value) {
 }
 
 TEST(Races, NoChangeIsLost) {
-    requireServer();
+    serverSetting("STORESTATE_TEST_SERVER");
     // The changes are those of a worker in each study; so few that nobody waits too long for the lock.
     for (const auto& [studies, changes] : {std::pair(1, 6), std::pair(12, 2)}) {
         SCOPED_TRACE(studies);

@@ -21,10 +21,6 @@ inline std::string serverSetting(const std::string& name) {
     return value;
 }
 
-inline void requireServer() {
-    serverSetting("STORESTATE_TEST_SERVER");
-}
-
 inline std::string snapshotPath() {
     return "/tmp/error_ps." + std::to_string(getpid()) + ".txt";
 }

@@ -86,7 +86,7 @@ TEST(Record, ValuesAreReadByTheirPatterns) {
          "Derived='closed\r'\nSourceStudy='last'\nForwardDevices='a\tb\rc d'\n"},
         {"a line of two pieces", "Derived='open\r\n#" + std::string(1022, '#') + "SourceDevice='A'\n",
          "SourceDevice='A'\nDerived='open'\n"},
-        {"markings", "DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \nStudyOwner='yess'\n",
+        {"flags", "DontEdit='yes'\nDontEdit='no'\nRetrieved='YES'\nDontDelete='yes \nStudyOwner='yess'\n",
          "DontDelete='yes'\n"},
     };
     for (const auto& [name, lines, record, report] : cases) {
@@ -108,7 +108,7 @@ TEST(Record, OptionsApplyInTheirOrder) {
         // records without their version
         {"texts", "Folder='F'\nDerived='D'\n", "-p p|-g g|-f f|-c c|-a a|-d |-y y|",
          "ProcessMode='p'\nStageState='g'\nFolder='f'\nSourceDevice='c'\nArchiveDevice='a'\nSourceStudy='y'\n"},
-        {"markings", "DontEdit='yes'\n", "-U Yes|-D yes|-R yes|", "Retrieved='yes'\nDontDelete='yes'\n"},
+        {"flags", "DontEdit='yes'\n", "-U Yes|-D yes|-R yes|", "Retrieved='yes'\nDontDelete='yes'\n"},
         {"owned locally", "OwnerDevice='X'\n", "-O yes|", "StudyOwner='yes'\n"},
         {"not owned locally", "OwnerDevice='X'\nStudyOwner='yes'\n", "-O no|", "OwnerDevice='X'\n"},
         {"owner", "StudyOwner='yes'\nStagedDevices='a X b'\n", "-o X|", "OwnerDevice='X'\nStagedDevices='a b'\n"},
@@ -140,7 +140,7 @@ TEST(Record, ReportOnlyDeviceIsNeitherStagedNorOwner) {
 
 /** Loads and saves a record of the earlier generation. The registered devices are PACS1 (C), PACS2 (P) and WS1 (F). */
 TEST(Conversion, AddsTheRegisteredDevicesAndTheLegacyList) {
-    requireServer();
+    serverSetting("STORESTATE_TEST_SERVER");
     const Workplace place;
     const std::string version = "Version='1'\n";
     const std::string archive = "ArchiveDevice='@Archive-@TOP'\n";

@@ -27,7 +27,7 @@ protected:
 };
 
 TEST_F(Store, FirstSaveMakesWhatRemoveDeletes) {
-    requireServer();
+    serverSetting("STORESTATE_TEST_SERVER");
     umask(0);
     EXPECT_FALSE(state.remove());
     EXPECT_FALSE(state.load());
@@ -59,7 +59,7 @@ TEST_F(Store, PluginIsCalledWithRootAndStudyAndNothingElse) {
 }
 
 TEST_F(Store, ForwardListNeedsItsTables) {
-    requireServer();
+    serverSetting("STORESTATE_TEST_SERVER");
     const std::string query = "Error executing query: select ID, TYPE from ";
     const std::string where = " where SERVICE='AFwd' and ID=DEVICE";
     const std::tuple<const char*, const char*, std::string> cases[] = {
