@@ -50,8 +50,12 @@ bool StoreState::load() {
 /** Reads the record as it is stored. False: the study has no directory or no record. */
 bool StoreState::read() {
     OFString directory;
+    if (!locate(directory)) {
+        return false;
+    }
+    infoPath = infoDirectoryPath(directory);
     TextFile file;
-    if (!locate(directory) || !openFresh(file, recordPath(directory), isShared(directory), &infoDirectory)) {
+    if (!openFresh(file, recordPath(directory), isShared(directory), &infoDirectory)) {
         return false;
     }
     RecordReader reader(*this, diagnostics);
@@ -80,12 +84,12 @@ bool StoreState::save() {
     createStudyDirectory(directory);
     const OFString info = infoDirectoryPath(directory);
     const OFString record = recordPath(directory);
-    const bool made = makeInfoDirectory(info);
+    const bool unknown = makeInfoDirectory(info) || info != infoPath; // to load()
     refuseUnreadRecord(directory);
-    if (made) {
-        infoDirectory = nullptr; // the one that load() listed has been removed
+    if (unknown) {
+        infoDirectory = nullptr;
     }
-    if (made || !recordRead) {
+    if (unknown || !recordRead) {
         DirectorySync(directory).sync(); // if a record exists, the path to it is durable
     }
 

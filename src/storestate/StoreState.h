@@ -178,7 +178,8 @@ private:
 
     std::optional<bool> shared;         ///< whether several hosts may share the study's file system; set on first use
     OFString legacyList;                ///< path of the list that convert() has read and the next save() deletes
-    std::shared_ptr<DIR> infoDirectory; ///< open since load() listed it, until save() syncs it
+    OFString infoPath;                  ///< where load() looked; save() may find that the plug-in names another place
+    std::shared_ptr<DIR> infoDirectory; ///< the same, open since load() listed it, until save() syncs it
     bool loadBegun = false;             ///< load() was called
     bool recordRead = false;            ///< load() has read the whole record, or save() has replaced it
 };

@@ -353,6 +353,20 @@ TEST_F(Cluster, ARecordThatIsListedOnlyAfterTheLoadIsNotReplaced) {
     EXPECT_FALSE(fs::exists(record));
 }
 
+/** The plug-in may name another directory for a study that it makes ready for writing. */
+TEST_F(Cluster, TheDirectoryWithTheNewRecordIsSynced) {
+    const std::string other = root + "/1.2.3/.info";
+    fs::create_directories(other);
+    places[other] = INFO;
+    noted({}, [&] {
+        StoreState state("1.2.3", "");
+        EXPECT_TRUE(state.load());
+        setVariable("REPOSITORY_DICOM_DATA", root.c_str());
+        EXPECT_TRUE(state.save());
+    });
+    EXPECT_EQ(lastCall(FSYNC, INFO).path, other);
+}
+
 TEST_F(Cluster, EachStepOfALookIsTriedAgain) {
     for (size_t at = 0; at < looks.size(); ++at) {
         const Call& call = looks[at];
