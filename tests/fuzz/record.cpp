@@ -31,26 +31,23 @@ void readLegacyList(StoreState& state, std::string_view text) {
     }
 }
 
-/** The texts and device names of a record, each after its key. */
-std::vector<std::string> values(const StoreState& state) {
+std::vector<std::string> texts(const StoreState& state) {
     std::vector<std::string> all;
     for (const auto& [key, value] : recordProperties(state)) {
-        const auto* text = std::get_if<const OFString*>(&value);
-        const auto* devices = std::get_if<const OFUnorderedSet<OFString>*>(&value);
-        if (text != nullptr) {
-            all.push_back(std::string(key) + "=" + **text);
-        }
-        for (unsigned int i = 0; devices != nullptr && i < (*devices)->NumberOfElements(); ++i) {
-            all.push_back(std::string(key) + "=" + (**devices)[i]);
+        if (const auto* text = std::get_if<const OFString*>(&value)) {
+            all.emplace_back((*text)->c_str());
         }
     }
     return all;
 }
 
+/** Compares also the numbers of devices, which differ if a name has a blank. */
 bool readsBack(const StoreState& state) {
     StoreState again("S", ".");
     read(again, formatRecord(state));
-    return formatRecord(again) == formatRecord(state) && values(again) == values(state);
+    return formatRecord(again) == formatRecord(state) && texts(again) == texts(state) &&
+           again.stagedDevices.NumberOfElements() == state.stagedDevices.NumberOfElements() &&
+           again.forwardDevices.NumberOfElements() == state.forwardDevices.NumberOfElements();
 }
 
 } // namespace
