@@ -40,8 +40,8 @@ final class Bench {
 
     private void alone(Path where) throws Exception {
         threads(MEMORY, 1, 400, 10); // lets the virtual machine compile
-        for (Rounds.Result result : threads(where, 1, 60, 4)) {
-            System.out.printf(Locale.ROOT, "%s: %.1f µs%n", result.name(), result.micros());
+        for (Rounds.Result result : threads(where, 1, 400, 4)) {
+            System.out.printf(Locale.ROOT, "%s: %.1f µs %.2f%n", result.name(), result.micros(), result.ratio());
         }
     }
 
