@@ -426,7 +426,6 @@ TEST_F(Cluster, ALockIsLookedForTwice) {
     EXPECT_EQ(modify({Plan::ONCE, 0, EPERM}, RECORD_MAY_EXIST), "true");
     EXPECT_EQ(trace[0].place, LOCK);
     for (const bool own : {false, true}) {
-        SCOPED_TRACE(own);
         QXSemaphore semaphore("storestate_1.2.3", locks(), false);
         Workplace::write(lock, "");
         semaphore.locked = own;

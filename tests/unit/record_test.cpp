@@ -130,14 +130,6 @@ TEST(Record, OptionsApplyInTheirOrder) {
     }
 }
 
-TEST(Record, ReportOnlyDeviceIsNeitherStagedNorOwner) {
-    StoreState state("S", ".");
-    for (const char* option : {"-e", "-s", "-e", "-o", "-e", "-r"}) {
-        applyModifyOption(state, option, "X");
-        EXPECT_EQ(state.reportOnlyDevices.Contains("X"), option == std::string("-e")) << option;
-    }
-}
-
 /** Loads and saves a record of the earlier generation. The registered devices are PACS1 (C), PACS2 (P) and WS1 (F). */
 TEST(Conversion, AddsTheRegisteredDevicesAndTheLegacyList) {
     serverSetting("STORESTATE_TEST_SERVER");
